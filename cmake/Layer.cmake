@@ -1,0 +1,26 @@
+# qel_layer(name [USES layer...] [APPLE] [LINK library...]): one product folder, one target, one row of arrows.
+#
+# The target qel_<name> links its sources whole: a plain archive would drop object files that hold only categories
+# or classes found by name. The folder's files are its sources.
+function(qel_layer name)
+  cmake_parse_arguments(LAYER "APPLE" "" "USES;LINK" ${ARGN})
+  set(folder ${PROJECT_SOURCE_DIR}/${name})
+  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.cc ${folder}/*.mm ${folder}/*.m)
+  file(GLOB headers CONFIGURE_DEPENDS ${folder}/*.h)
+
+  if(NOT sources)
+    add_library(qel_${name} INTERFACE)
+    return()
+  endif()
+  add_library(qel_${name}_objects STATIC ${sources} ${headers})
+  target_link_libraries(qel_${name}_objects PUBLIC qel_options qel_constants ${LAYER_LINK})
+  foreach(used ${LAYER_USES})
+    target_link_libraries(qel_${name}_objects PUBLIC qel_${used})
+  endforeach()
+  if(LAYER_APPLE)
+    target_link_libraries(qel_${name}_objects PUBLIC qel_apple)
+  endif()
+
+  add_library(qel_${name} INTERFACE)
+  target_link_libraries(qel_${name} INTERFACE "$<LINK_LIBRARY:WHOLE_ARCHIVE,qel_${name}_objects>")
+endfunction()
