@@ -1,0 +1,31 @@
+#ifndef TESTS_SOFTCARD_TEMPORARYDIRECTORY_H
+#define TESTS_SOFTCARD_TEMPORARYDIRECTORY_H
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+/// A new, empty folder below the test's working folder, removed with all that is in it at the end of the scope.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string pattern = (std::filesystem::current_path() / "softcard-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder like " + pattern);
+    m_path = pattern;
+  }
+  ~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+  const std::filesystem::path& Path() const { return m_path; }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+#endif
