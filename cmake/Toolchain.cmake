@@ -64,3 +64,9 @@ if(APPLE)
 else()
   target_link_libraries(qel_apple INTERFACE qel_platform)
 endif()
+
+# What <pthread.h> lacks on other systems than macOS, for plain C++.
+add_library(qel_threads INTERFACE)
+if(NOT APPLE)
+  target_link_libraries(qel_threads INTERFACE qel_platform_threads)
+endif()

@@ -1,0 +1,3 @@
+#import <CryptoTokenKit/TKError.h>
+
+NSString *const TKErrorDomain = @"CryptoTokenKit";

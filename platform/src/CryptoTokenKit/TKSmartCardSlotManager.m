@@ -1,0 +1,9 @@
+#import <CryptoTokenKit/TKSmartCard.h>
+
+@implementation TKSmartCardSlotManager
+
++ (TKSmartCardSlotManager *)defaultManager {
+  return nil;
+}
+
+@end
