@@ -6,7 +6,9 @@ extern "C" {
 const char* __lsan_default_suppressions();
 const char* __tsan_default_suppressions();
 
-const char* __lsan_default_suppressions() { return "leak:libobjc.so\nleak:libgnustep-base.so\n"; }
+const char* __lsan_default_suppressions() {
+  return "leak:libobjc.so\nleak:libgnustep-base.so\n";
+}
 
 const char* __tsan_default_suppressions() {
   return "deadlock:libobjc.so\ndeadlock:libgnustep-base.so\n"

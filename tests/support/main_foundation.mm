@@ -5,8 +5,8 @@ namespace {
 
 /// Gives every test case an autorelease pool of its own, so that live-object counts are settled between cases.
 class PoolPerCase : public ::testing::EmptyTestEventListener {
-  void OnTestStart(const ::testing::TestInfo&) override { m_pool = [[NSAutoreleasePool alloc] init]; }
-  void OnTestEnd(const ::testing::TestInfo&) override {
+  void OnTestStart(const ::testing::TestInfo &) override { m_pool = [[NSAutoreleasePool alloc] init]; }
+  void OnTestEnd(const ::testing::TestInfo &) override {
     [m_pool release];
     m_pool = nil;
   }

@@ -1,0 +1,177 @@
+"""Checks that read the sources. Each yields one line per defect and begins it with file:line."""
+
+import re
+
+from sources import PRODUCT, SUFFIXES, matches
+
+# Who may include whom outside the product; the product's own arrows are the qel_layer rows of CMakeLists.txt.
+SUPPORT_USES = {
+    "platform": set(),
+    "softcard": set(),
+    "host": {"platform"},
+    "bundle": set(),
+}
+APPLE_HEADERS = ("Foundation/", "CoreFoundation/", "CryptoTokenKit/", "Security/", "os/")
+
+# The only handlers of the product. A handler elsewhere would swallow what must reach the boundary.
+CPP_HANDLERS = {
+    "pkcs11/CatchTokenException.cc": 1,
+}
+OBJC_HANDLERS = {
+    "token/NSExceptionSeam.m": 1,
+}
+
+
+def layer_rows(tree):
+    """{layer: (layers it uses, may it see Apple's headers)} from the rows in CMakeLists.txt."""
+    rows = {}
+    for _, row in matches(r"(?m)^qel_layer\((\w+)\s*([^)]*)\)", tree.text("CMakeLists.txt")):
+        words = row.group(2).split()
+        uses = set()
+        if "USES" in words:
+            for word in words[words.index("USES") + 1:]:
+                if word in ("APPLE", "LINK"):
+                    break
+                uses.add(word)
+        rows[row.group(1)] = (uses, "APPLE" in words)
+    return rows
+
+
+def include_arrows(tree):
+    rows = layer_rows(tree)
+    if not rows:
+        yield "CMakeLists.txt:1: no qel_layer rows found"
+    allowed = {layer: uses for layer, (uses, _) in rows.items()} | SUPPORT_USES
+    folders = set(allowed) | {"tests", "bench", "fuzz"}
+    for name in tree.sources(*allowed):
+        folder = name.split("/")[0]
+        for line, found in matches(r'(?m)^\s*#\s*(?:include|import)\s*([<"])([^>"\n]+)[>"]', tree.text(name)):
+            quoted, target = found.group(1) == '"', found.group(2)
+            first = target.split("/")[0]
+            if quoted and first not in folders:
+                if folder in rows:
+                    yield f'{name}:{line}: "{target}" does not start at the repository root'
+            elif first in folders and first != folder and first not in allowed[folder]:
+                yield f"{name}:{line}: {folder}/ includes {first}/; CMakeLists.txt declares no such arrow"
+            elif folder in rows and not rows[folder][1] and target.startswith(APPLE_HEADERS):
+                yield f"{name}:{line}: {folder}/ includes {target}; its row in CMakeLists.txt lacks APPLE"
+            if target.endswith("pkcs11.h") and folder in PRODUCT and name != "pkcs11/Cryptoki.h":
+                yield f"{name}:{line}: PKCS#11 types enter through pkcs11/Cryptoki.h only"
+
+
+def platform_conditionals(tree):
+    pattern = (r"\b(__APPLE__|__MACH__|__linux__|__linux|__unix__|__GLIBC__|_WIN32|GNUSTEP\w*|GNU_RUNTIME|"
+               r"__GNUSTEP_RUNTIME__|__NEXT_RUNTIME__|__OBJC2__|__OBJC_GNU_RUNTIME__|TARGET_OS_\w+|TARGET_CPU_\w+|"
+               r"__has_include|__arm64__|__aarch64__|__x86_64__)\b")
+    for name in tree.sources(*PRODUCT):
+        for line, found in matches(pattern, tree.code(name)):
+            yield f"{name}:{line}: platform conditional {found.group(1)} in a product folder"
+
+
+def exception_handlers(tree):
+    for name in tree.sources():
+        code = tree.code(name)
+        product = name.split("/")[0] in PRODUCT
+        cpp = list(matches(r"(?<![@\w])catch\s*\(", code))
+        objc = list(matches(r"@catch\b", code))
+        if name.endswith(".mm"):
+            for line, _ in cpp:
+                yield f"{name}:{line}: a C++ handler in a .mm file is never entered on the Linux runtime; move it to a .cc"
+            for line, found in matches(r"\b(?:EXPECT|ASSERT)_(?:NO_|ANY_)?THROW\b", code):
+                yield f"{name}:{line}: {found.group(0)} in a .mm file terminates on the Linux runtime; move it to a .cc"
+        elif product and len(cpp) > CPP_HANDLERS.get(name, 0):
+            yield f"{name}:{cpp[-1][0]}: {len(cpp)} C++ handlers, {CPP_HANDLERS.get(name, 0)} allowed here"
+        if product and len(objc) > OBJC_HANDLERS.get(name, 0):
+            yield f"{name}:{objc[-1][0]}: {len(objc)} @catch, {OBJC_HANDLERS.get(name, 0)} allowed here"
+
+
+def forbidden_words(tree):
+    patterns = [
+        (r"(?i)\bspec[i]fications?\b", "names a document"),
+        (r"\bspec[.]md\b|\bdesign[.]md\b|\bplatform-api[.]md\b|\bstyle-anchors[.]md\b", "names a document"),
+        (r"\bPart [1-9][.][1-9]\b", "names a numbered section"),
+        (r"(?<![\w.])/(?:work|root|tmp/bash_jobs)/", "machine path"),
+        (r"(?<![\w.])/(?:home|Users)/(?!runner\b)[a-z]\w*/", "machine path"),
+        (r"(?<![\w./])/op[t]/(?!homebrew\b|local\b)", "machine path"),
+        (r"\b(?:TO[D]O|FIX[M]E|X[X]X)\b", "unfinished work; say it in an issue"),
+    ]
+    for name in tree.files:
+        if name.endswith((".png", ".der", ".bin")):
+            continue
+        text = tree.text(name)
+        for pattern, reason in patterns:
+            for line, found in matches(pattern, text):
+                yield f"{name}:{line}: '{found.group(0)}': {reason}"
+
+
+WARN_LINES, PRODUCT_LINES, TEST_LINES = 400, 600, 800
+
+
+def file_sizes(tree):
+    for name in tree.sources():
+        lines = tree.text(name).count("\n")
+        limit = TEST_LINES if name.startswith("tests/") else PRODUCT_LINES
+        if lines > limit:
+            yield f"{name}:{lines}: {lines} lines, the limit is {limit}"
+        elif lines > WARN_LINES and name.split("/")[0] in PRODUCT:
+            yield f"warning: {name}:{lines}: {lines} lines, more than {WARN_LINES}"
+
+
+def tests_have_a_target(tree):
+    for name in tree.sources("tests", suffixes=(".cc", ".mm", ".m", ".c")):
+        named_test = re.search(r"Test\.(cc|mm)$", name)
+        holds_tests = re.search(r"(?m)^\s*(?:TYPED_)?TEST(?:_[FP])?\(", tree.code(name))
+        if not (named_test or holds_tests):
+            continue
+        folder, file = name.rsplit("/", 1)
+        listing = f"{folder}/CMakeLists.txt"
+        if not tree.exists(listing) or "qel_add_tests" not in tree.text(listing):
+            yield f"{name}:1: its folder has no CMakeLists.txt that calls qel_add_tests"
+        elif "SOURCES" in tree.text(listing):
+            if not re.search(rf"(?<![\w.]){re.escape(file)}\b|\*{re.escape(file[file.find('Test'):])}", tree.text(listing)):
+                yield f"{name}:1: {listing} lists its sources, but not this one"
+        elif not named_test:
+            yield f"{name}:1: holds tests, but is not named *Test.cc or *Test.mm, so nothing builds it"
+
+
+_FUNCTION = re.compile(r"(?:[-+] ?\(|(?!return\b|using\b|typedef\b|explicit\b|friend\b|virtual ~|[#@}~])"
+                       r"[\w:<>,&*~\[\] ]+?\s[*&]*\w+\()")
+
+
+def headers_documented(tree):
+    """A group of function declarations in a product header begins with a comment; a blank line ends a group.
+
+    Private members, constructors and what is defaulted, deleted or overridden may go without.
+    """
+    for name in tree.sources(*PRODUCT, suffixes=(".h",)):
+        documented, continued, private = False, False, False
+        for number, line in enumerate(map(str.strip, tree.text(name).splitlines()), 1):
+            comment = line.startswith(("///", "/**", "*", "//"))
+            if not line:
+                documented = False
+            elif comment or "///<" in line:
+                documented = True
+            elif re.match(r"(public|protected|private):$", line):
+                documented, private = False, line == "private:"
+            elif re.match(r"(class|struct)\b.*\{$", line):
+                documented, private = False, line.startswith("class")
+            elif line == "};":
+                private = False
+            elif line.endswith("{") and not _FUNCTION.match(line):
+                documented = False
+            elif _FUNCTION.match(line) and not (continued or documented or private) and \
+                    not re.search(r"=\s*(default|delete)|\boverride\b", line):
+                yield f"{name}:{number}: no comment: {line}"
+                documented = True  # one line per group
+            continued = bool(line) and not comment and not line.startswith(("@", "#")) and not line.endswith((";", "}", "{", ":"))
+
+
+CHECKS = {
+    "include_arrows": include_arrows,
+    "platform_conditionals": platform_conditionals,
+    "exception_handlers": exception_handlers,
+    "forbidden_words": forbidden_words,
+    "file_sizes": file_sizes,
+    "tests_have_a_target": tests_have_a_target,
+    "headers_documented": headers_documented,
+}
