@@ -1,0 +1,83 @@
+#include "settings/QELSettings.h"
+
+#include <QELBuildConstants.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <string>
+
+#include "log/DefaultLogPath.h"
+
+namespace {
+
+constexpr size_t kMaxPathSize = 1024;
+constexpr char kUserFile[] = "/Library/Preferences/Tarnwell.ini";
+constexpr char kMachineFile[] = QEL_LIBRARY_DIR "/Preferences/" QEL_VENDOR_ID ".Tarnwell.ini";
+
+/// Returns the path of the user's file; empty when the password database does not know the user.
+std::string UserFilePath() {
+  const passwd *user = getpwuid(getuid());
+  return user ? std::string(user->pw_dir) + kUserFile : std::string();
+}
+
+}  // namespace
+
+int log_iniparser_error(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  NSLogv([NSString stringWithUTF8String:format], arguments);
+  va_end(arguments);
+  return 0;
+}
+
+@implementation QELSettings
+
++ (QELSettings *)getGlobalSettings {
+  static QELSettings *const settings = [[QELSettings alloc] init];
+  return settings;
+}
+
+- (void)dealloc {
+  iniparser_freedict(m_localIni);
+  iniparser_freedict(m_globalIni);
+  [super dealloc];
+}
+
+- (void)loadSettings {
+  iniparser_set_error_callback(log_iniparser_error);
+  const std::string userFile = UserFilePath();
+  if (!userFile.empty() && userFile.size() < kMaxPathSize) {
+    m_localIni = iniparser_load(userFile.c_str());
+  }
+  m_globalIni = iniparser_load(kMachineFile);
+  m_loadCalled = YES;
+}
+
+- (BOOL)loadCalled {
+  return m_loadCalled;
+}
+
+/// The file that answers for `key`: the user's when it has the key, otherwise the machine-wide one; null when that is
+/// missing.
+- (const dictionary *)fileFor:(const char *)key {
+  return iniparser_find_entry(m_localIni, key) ? m_localIni : m_globalIni;
+}
+
+- (int)getInt:(const char *)key notfound:(int)value {
+  return iniparser_getint([self fileFor:key], key, value);
+}
+
+- (NSString *)getString:(const char *)key def:(const char *)value {
+  return [[[NSString alloc] initWithUTF8String:iniparser_getstring([self fileFor:key], key, value)] autorelease];
+}
+
+- (NSString *)logPath {
+  return [self getString:"Global:LogFile" def:QELTok::DefaultLogPath().c_str()];
+}
+
+- (BOOL)loggingEnabled {
+  return [self getInt:"Pkcs11:LogLevelPkcs11" notfound:0] > 0;
+}
+
+@end
