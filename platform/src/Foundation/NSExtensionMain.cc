@@ -1,0 +1,74 @@
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "platform/src/Foundation/ExtensionServer.h"
+
+namespace {
+
+constexpr int ExitDone = 0;
+constexpr int ExitFailed = 1;
+constexpr int ExitUsage = 2;
+
+std::optional<int> HostSocket(int argc, char** argv) {
+  constexpr char option[] = "--host-socket=";
+  for (int i = 1; i < argc; ++i) {
+    if (std::strncmp(argv[i], option, sizeof option - 1) != 0) {
+      continue;
+    }
+    char* end = nullptr;
+    const char* number = argv[i] + sizeof option - 1;
+    const long descriptor = std::strtol(number, &end, 10);
+    struct stat status = {};
+    const bool isSocket =
+        end != number && *end == '\0' && fstat(static_cast<int>(descriptor), &status) == 0 && S_ISSOCK(status.st_mode);
+    return isSocket ? std::optional(static_cast<int>(descriptor)) : std::nullopt;
+  }
+  return std::nullopt;
+}
+
+/// The answer to `request`, also to one that makes no sense. Other exceptions of C++ come from the extension's own code
+/// and end the process, as they do in the real service.
+Wire::Message Answer(ExtensionServer& server, const Wire::Message& request) {
+  std::string problem;
+  try {
+    return server.Answer(request);
+  } catch (const BadRequest& badRequest) {
+    problem = badRequest.what();
+  } catch (const nlohmann::json::exception& missing) {
+    problem = missing.what();
+  }
+  const nlohmann::json error = {{"domain", "Wire"}, {"code", 0}, {"description", problem}};
+  return {{{"ok", false}, {"error", error}}, {}};
+}
+
+void Serve(int socket) {
+  ExtensionServer server(ExtensionBundle::OfThisProgram());
+  while (const auto request = Wire::Receive(socket)) {
+    Wire::Send(socket, Answer(server, *request));
+  }
+}
+
+}  // namespace
+
+/// The entry of an extension's process: answers the host until it closes the socket.
+extern "C" int NSExtensionMain(int argc, char** argv) {
+  const std::optional<int> socket = HostSocket(argc, argv);
+  if (!socket) {
+    std::fprintf(stderr, "%s: an extension is started by its host, with --host-socket=DESCRIPTOR\n", argv[0]);
+    return ExitUsage;
+  }
+  try {
+    Serve(*socket);
+  } catch (const Wire::ProtocolError& problem) {
+    std::fprintf(stderr, "%s: the host cannot be served: %s\n", argv[0], problem.what());
+    return ExitFailed;
+  } catch (const ExtensionBundleError& problem) {
+    std::fprintf(stderr, "%s: %s\n", argv[0], problem.what());
+    return ExitFailed;
+  }
+  return ExitDone;
+}
