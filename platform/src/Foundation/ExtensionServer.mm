@@ -6,11 +6,10 @@
 #include <vector>
 
 #import "platform/src/Foundation/ExceptionSeam.h"
-#import "platform/src/Foundation/ItemDescription.h"
 #import "platform/src/Foundation/Owned.h"
+#import "platform/src/Foundation/WireObjects.h"
 #import "platform/testing/TKTesting.h"
 #include "platform/wire/Client.h"
-#include "platform/wire/Hex.h"
 
 using json = nlohmann::json;
 using Wire::Message;
@@ -43,40 +42,6 @@ Message Operated(NSData *output, NSError *error) {
 
 Message NotImplemented() {
   return Failure([NSError errorWithDomain:TKErrorDomain code:TKErrorCodeNotImplemented userInfo:nil]);
-}
-
-NSString *Text(const json &text) {
-  return [NSString stringWithUTF8String:text.get_ref<const std::string &>().c_str()];
-}
-
-NSData *DataFromHex(const json &text) {
-  const auto bytes = Wire::FromHex(text.get_ref<const std::string &>());
-  if (!bytes) {
-    throw BadRequest("not hexadecimal: " + text.dump());
-  }
-  return [NSData dataWithBytes:bytes->data() length:bytes->size()];
-}
-
-NSData *Data(const Wire::Attachment &attachment) {
-  return [NSData dataWithBytes:attachment.data() length:attachment.size()];
-}
-
-TKTokenOperation OperationOf(const json &arguments) {
-  return static_cast<TKTokenOperation>(arguments.at("operation").get<NSInteger>());
-}
-
-TKTokenKeyAlgorithm *AlgorithmOf(const json &arguments) {
-  NSMutableArray *algorithms = [NSMutableArray array];
-  for (const json &algorithm : arguments.at("algorithms")) {
-    [algorithms addObject:Text(algorithm)];
-  }
-  return [[[TKTokenKeyAlgorithm alloc] initWithAlgorithms:algorithms] autorelease];
-}
-
-TKTokenKeyExchangeParameters *ParametersOf(const json &arguments) {
-  NSData *sharedInfo = arguments.contains("sharedInfo") ? DataFromHex(arguments.at("sharedInfo")) : nil;
-  return [[[TKTokenKeyExchangeParameters alloc] initWithRequestedSize:arguments.at("requestedSize").get<NSInteger>()
-                                                           sharedInfo:sharedInfo] autorelease];
 }
 
 const char *KindOf(TKTokenAuthOperation *operation) {
