@@ -29,6 +29,11 @@ endif()
 add_library(qel_options INTERFACE)
 target_compile_options(qel_options INTERFACE -Wall -Wextra -Werror)
 target_include_directories(qel_options INTERFACE ${PROJECT_SOURCE_DIR})
+if(APPLE)
+  # No path of this machine in what users get; refuse what the system denies to extensions.
+  target_compile_options(qel_options INTERFACE -fapplication-extension
+    -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+endif()
 
 if(QEL_SANITIZE)
   target_compile_options(qel_options INTERFACE
