@@ -1,0 +1,100 @@
+// Answers, a line each, what its arguments ask of the settings of a fresh process. The machine-wide file is redirected
+// to the path in QEL_TEST_MACHINE_FILE.
+
+#import <Foundation/Foundation.h>
+#include <QELBuildConstants.h>
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "settings/QELSettings.h"
+
+namespace {
+
+std::set<const dictionary *> g_live;
+
+template <typename Function>
+Function *Next(const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// The program's definitions win over the libraries'.
+extern "C" FILE *fopen(const char *path, const char *mode) {
+  const bool machineWide = std::strcmp(path, QEL_LIBRARY_DIR "/Preferences/" QEL_VENDOR_ID ".Tarnwell.ini") == 0;
+  return Next<decltype(fopen)>("fopen")(machineWide ? getenv("QEL_TEST_MACHINE_FILE") : path, mode);
+}
+
+extern "C" dictionary *iniparser_load(const char *path) {
+  dictionary *const loaded = Next<decltype(iniparser_load)>("iniparser_load")(path);
+  if (loaded) g_live.insert(loaded);
+  return loaded;
+}
+
+extern "C" void iniparser_freedict(dictionary *freed) {
+  g_live.erase(freed);
+  Next<decltype(iniparser_freedict)>("iniparser_freedict")(freed);
+}
+
+namespace {
+
+/// The next argument; a question that lacks one is a mistake in the test.
+const char *Take(char **&argument) {
+  if (!*argument) exit(2);
+  return *argument++;
+}
+
+void Answer(const std::string &question, char **&argument) {
+  QELSettings *const settings = [QELSettings getGlobalSettings];
+  if (question == "load") {
+    [settings loadSettings];
+  } else if (question == "loaded") {
+    puts([settings loadCalled] ? "yes" : "no");
+  } else if (question == "logging") {
+    puts([settings loggingEnabled] ? "on" : "off");
+  } else if (question == "logPath") {
+    puts([[settings logPath] UTF8String]);
+  } else if (question == "int") {
+    const char *const key = Take(argument);
+    printf("%d\n", [settings getInt:key notfound:atoi(Take(argument))]);
+  } else if (question == "string") {
+    const char *const key = Take(argument);
+    NSString *const value = [settings getString:key def:Take(argument)];
+    puts(value ? [value UTF8String] : "nil");
+  } else if (question == "release") {
+    QELSettings *const own = [[QELSettings alloc] init];
+    [own loadSettings];
+    const size_t loaded = g_live.size();
+    [own release];
+    printf("%zu of %zu left\n", g_live.size(), loaded);
+  } else if (question == "instances") {
+    std::vector<QELSettings *> seen(8);
+    std::vector<std::thread> threads;
+    for (QELSettings *&slot : seen) threads.emplace_back([&slot] { slot = [QELSettings getGlobalSettings]; });
+    for (std::thread &thread : threads) thread.join();
+    printf("%zu\n", std::set<QELSettings *>(seen.begin(), seen.end()).size());
+  } else if (question == "complain") {
+    printf("%d\n", log_iniparser_error("complaint %d about %s", 7, "a file"));
+  } else {
+    exit(2);
+  }
+}
+
+}  // namespace
+
+int main(int, char **argv) {
+  @autoreleasepool {
+    for (char **argument = argv + 1; *argument;) {
+      const std::string question = *argument++;
+      Answer(question, argument);
+    }
+  }
+  return 0;
+}
