@@ -1,0 +1,30 @@
+#import "pkcs11/Format.h"
+
+namespace {
+
+std::string FormatArguments(NSString *format, va_list arguments) NS_FORMAT_FUNCTION(1, 0);
+
+std::string FormatArguments(NSString *format, va_list arguments) {
+  NSString *text = [[[NSString alloc] initWithFormat:format arguments:arguments] autorelease];
+  // Text that UTF-8 cannot hold (a lone surrogate) has no UTF8String.
+  const char *utf8 = [text UTF8String];
+  return utf8 != nullptr ? utf8 : "";
+}
+
+}  // namespace
+
+std::string Utils::format(NSString *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = FormatArguments(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+void Utils::log(QELLog::LogStream stream, NSString *format, ...) {
+  if (!stream.IsLive()) return;
+  va_list arguments;
+  va_start(arguments, format);
+  stream << FormatArguments(format, arguments);
+  va_end(arguments);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include "pkcs11/Cryptoki.h"
+
+/// A zero-filled buffer of the length that a size query announced.
+class CardOutput {
+ public:
+  /// Not usable when the announced length is no length at all; `call` then stands in an error-level log line.
+  CardOutput(const char *call, CK_ULONG announced);
+
+  bool IsUsable() const { return m_data != nil; }
+
+  /// Never null, also for length 0: a null buffer would make the second call another size query.
+  CK_BYTE *Bytes();
+
+  /// Autoreleased; as long as announced.
+  NSMutableData *Data() const { return m_data; }
+
+  /// Cuts the buffer to what the card wrote. More than the buffer holds is not believed.
+  void Truncate(CK_ULONG written);
+
+ private:
+  NSMutableData *m_data;
+  CK_BYTE m_none = 0;
+};

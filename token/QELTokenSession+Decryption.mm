@@ -1,0 +1,49 @@
+#import "token/QELTokenSession.h"
+
+#include "pkcs11/FunctionList.h"
+#import "token/Boundary.h"
+#import "token/CardOutput.h"
+#import "token/PinPadCall.h"
+#import "token/TokenKitErrors.h"
+
+@interface QELTokenSession (DecryptionOnCard)
+- (nullable NSData *)decryptOnCard:(NSData *)ciphertext usingKey:(NSData *)keyID error:(NSError **)error;
+@end
+
+@implementation QELTokenSession (Decryption)
+
+- (nullable NSData *)tokenSession:(TKTokenSession *)session
+                      decryptData:(NSData *)ciphertext
+                         usingKey:(TKTokenObjectID)keyObjectID
+                        algorithm:(TKTokenKeyAlgorithm *)algorithm
+                            error:(NSError **)error {
+  (void)session;
+  (void)algorithm;  // the one that is supported needs no telling apart
+  return AtBoundary(error, [&] { return [self decryptOnCard:ciphertext usingKey:keyObjectID error:error]; });
+}
+
+- (nullable NSData *)decryptOnCard:(NSData *)ciphertext usingKey:(NSData *)keyID error:(NSError **)error {
+  CK_OBJECT_HANDLE key = CK_INVALID_HANDLE;
+  if (![self prepareKey:keyID handle:&key error:error]) return nil;
+
+  CK_MECHANISM mechanism = {CKM_RSA_PKCS, nullptr, 0};
+  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  if (!CardCallSucceeded("C_DecryptInit", PKCS11::Functions()->C_DecryptInit(session, &mechanism, key), error)) {
+    return nil;
+  }
+  auto *input = static_cast<CK_BYTE *>(const_cast<void *>([ciphertext bytes]));
+  const auto decrypt = [&](CK_BYTE *plaintext, CK_ULONG *length) {
+    return PKCS11::Functions()->C_Decrypt(session, input, [ciphertext length], plaintext, length);
+  };
+
+  CK_ULONG length = 0;
+  if (!CardCallSucceeded("C_Decrypt", decrypt(nullptr, &length), error)) return nil;
+  CardOutput output("C_Decrypt", length);
+  if (!output.IsUsable()) return nil;
+  const CK_RV rv = CallWithPinPadDialog(self, [&] { return decrypt(output.Bytes(), &length); });
+  if (!CardCallSucceeded("C_Decrypt", rv, error)) return nil;
+  output.Truncate(length);
+  return output.Data();
+}
+
+@end

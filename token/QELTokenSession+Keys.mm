@@ -1,0 +1,46 @@
+#import "token/QELTokenSession.h"
+
+#include "pkcs11/FindObjects.h"
+#include "pkcs11/QELTokenException.h"
+#include "pkcs11/Session.h"
+#import "token/KeyIdentifier.h"
+#import "token/TokenKitErrors.h"
+
+@implementation QELTokenSession (Keys)
+
+- (void)selectPairByKeyID:(NSData *)keyID {
+  const CK_BYTE prefix = PrefixOfObjectID(keyID);
+  if ((prefix & kFirstSlotBit) != 0) {
+    [self setHCurrentPair:[[self hSlotSessionPairs] objectAtIndex:0]];
+  } else if ((prefix & kLaterSlotBit) != 0) {
+    [self setHCurrentPair:[[self hSlotSessionPairs] objectAtIndex:1]];
+  }
+}
+
+- (CK_OBJECT_HANDLE)findPrivateKeyWithKeyID:(NSData *)keyID {
+  CK_OBJECT_CLASS objectClass = CKO_PRIVATE_KEY;
+  std::vector<CK_BYTE> cardID = CardIDOfObjectID(keyID);
+  CK_ATTRIBUTE attributes[] = {
+      {CKA_CLASS, &objectClass, sizeof objectClass},
+      {CKA_ID, cardID.data(), cardID.size()},
+  };
+  const auto keys = PKCS11::FindObjects([[self hCurrentPair] hSession], attributes, std::size(attributes));
+  if (keys.empty()) throw QELTokenException(QELTokenError::KeyLookup, "Private key not found");
+  return keys.front();
+}
+
+- (BOOL)isUserLoggedIn {
+  return PKCS11::IsUserLoggedIn([[self hCurrentPair] hSession]);
+}
+
+- (BOOL)prepareKey:(NSData *)keyID handle:(CK_OBJECT_HANDLE *)handle error:(NSError **)error {
+  [self selectPairByKeyID:keyID];
+  if (![self isUserLoggedIn]) {
+    StoreAuthenticationNeeded(error);
+    return NO;
+  }
+  *handle = [self findPrivateKeyWithKeyID:keyID];
+  return YES;
+}
+
+@end

@@ -1,0 +1,85 @@
+#import "token/QELTokenSession.h"
+
+#include "log/QELLog.h"
+#include "pkcs11/FunctionList.h"
+#import "token/Boundary.h"
+#import "token/CardOutput.h"
+#import "token/EcdsaSignature.h"
+#import "token/PinPadCall.h"
+#include "token/Pkcs1Padding.h"
+#import "token/SigningMechanism.h"
+#import "token/TokenKitErrors.h"
+
+@interface QELTokenSession (SigningOnCard)
+- (nullable NSData *)signOnCard:(NSData *)data
+                       usingKey:(NSData *)keyID
+                      algorithm:(TKTokenKeyAlgorithm *)algorithm
+                          error:(NSError **)error;
+- (nullable NSMutableData *)signatureOfBytes:(const CK_BYTE *)bytes length:(CK_ULONG)length error:(NSError **)error;
+@end
+
+@implementation QELTokenSession (Signing)
+
+- (int64_t)removePKCS1PaddingFromData:(NSData *)data {
+  return Pkcs1PayloadOffset(static_cast<const uint8_t *>([data bytes]), [data length]);
+}
+
+- (nullable NSData *)tokenSession:(TKTokenSession *)session
+                         signData:(NSData *)dataToSign
+                         usingKey:(TKTokenObjectID)keyObjectID
+                        algorithm:(TKTokenKeyAlgorithm *)algorithm
+                            error:(NSError **)error {
+  (void)session;
+  return AtBoundary(error, [&] {
+    return [self signOnCard:dataToSign usingKey:keyObjectID algorithm:algorithm error:error];
+  });
+}
+
+- (nullable NSData *)signOnCard:(NSData *)data
+                       usingKey:(NSData *)keyID
+                      algorithm:(TKTokenKeyAlgorithm *)algorithm
+                          error:(NSError **)error {
+  CK_OBJECT_HANDLE key = CK_INVALID_HANDLE;
+  if (![self prepareKey:keyID handle:&key error:error]) return nil;
+
+  SigningMechanism mechanism(algorithm);
+  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  if (!CardCallSucceeded("C_SignInit", PKCS11::Functions()->C_SignInit(session, mechanism.Get(), key), error)) {
+    return nil;
+  }
+  QELLog::Info() << mechanism.Pss().hashAlg;
+  QELLog::Info() << mechanism.Pss().sLen;
+
+  // The card adds the PKCS#1 padding itself. A refused block leaves the started operation in the session.
+  int64_t offset = 0;
+  if ([algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureRaw]) {
+    offset = [self removePKCS1PaddingFromData:data];
+    if (offset < 0) {
+      QELLog::Error() << "data to sign contains incorrect padding";
+      return nil;
+    }
+  }
+  NSMutableData *signature = [self signatureOfBytes:static_cast<const CK_BYTE *>([data bytes]) + offset
+                                             length:[data length] - static_cast<NSUInteger>(offset)
+                                              error:error];
+  if (signature == nil || ![algorithm isAlgorithm:kSecKeyAlgorithmECDSASignatureDigestX962]) return signature;
+  return DerFromRawEcdsaSignature(signature);
+}
+
+/// The result keeps the length that the size query announced, whatever the signing call writes back.
+- (nullable NSMutableData *)signatureOfBytes:(const CK_BYTE *)bytes length:(CK_ULONG)length error:(NSError **)error {
+  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  auto *input = const_cast<CK_BYTE *>(bytes);
+  const auto sign = [&](CK_BYTE *signature, CK_ULONG *signatureLength) {
+    return PKCS11::Functions()->C_Sign(session, input, length, signature, signatureLength);
+  };
+
+  CK_ULONG signatureLength = 0;
+  if (!CardCallSucceeded("C_Sign", sign(nullptr, &signatureLength), error)) return nil;
+  CardOutput output("C_Sign", signatureLength);
+  if (!output.IsUsable()) return nil;
+  const CK_RV rv = CallWithPinPadDialog(self, [&] { return sign(output.Bytes(), &signatureLength); });
+  return CardCallSucceeded("C_Sign", rv, error) ? output.Data() : nil;
+}
+
+@end
