@@ -12,7 +12,7 @@ class KeyDerivation {
  public:
   /// `publicKey` is the other party's in X9.63 form. Its first byte, the format, is dropped whatever it holds: the card takes the
   /// bare coordinates. An absent `sharedInfo` counts as empty; it is passed on only with the SHA-1 derivation of X9.63.
-  KeyDerivation(TKTokenKeyAlgorithm *algorithm, NSData *publicKey, NSData *_Nullable sharedInfo);
+  KeyDerivation(TKTokenKeyAlgorithm *algorithm, NSData *publicKey, NSData *sharedInfo);
 
   KeyDerivation(const KeyDerivation &) = delete;
   KeyDerivation &operator=(const KeyDerivation &) = delete;

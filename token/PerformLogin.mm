@@ -23,6 +23,6 @@ BOOL PerformLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
     return NO;
   }
   [[session smartCard] setSensitive:YES];
-  [[session smartCard] setContext:@YES];
+  [[session smartCard] setContext:[NSNumber numberWithBool:YES]];
   return YES;
 }

@@ -29,12 +29,7 @@ NS_ASSUME_NONNULL_BEGIN
 - (nullable instancetype)initWithSmartCard:(TKSmartCard *)smartCard
                                        AID:(nullable NSData *)AID
                                tokenDriver:(TKSmartCardTokenDriver *)tokenDriver
-                                     error:(NSError *_Nullable *_Nullable)error NS_DESIGNATED_INITIALIZER;
-
-- (instancetype)initWithSmartCard:(TKSmartCard *)smartCard
-                              AID:(nullable NSData *)AID
-                       instanceID:(NSString *)instanceID
-                      tokenDriver:(TKSmartCardTokenDriver *)tokenDriver NS_UNAVAILABLE;
+                                     error:(NSError *_Nullable *_Nullable)error;
 
 @end
 

@@ -9,6 +9,7 @@
 #include "pkcs11/Session.h"
 #import "settings/QELSettings.h"
 #include "token/ProcessModules.h"
+#import "token/QELTokenSession.h"
 
 namespace {
 
@@ -72,7 +73,7 @@ NSString *InstanceID(const CK_TOKEN_INFO &info) {
     return nil;
   }
 
-  self = [super initWithSmartCard:smartCard AID:AID instanceID:instanceID tokenDriver:tokenDriver];
+  self = [self initWithSmartCard:smartCard AID:AID instanceID:instanceID tokenDriver:tokenDriver];
   if (self != nil) {
     [[self keychainContents] fillWithItems:items];
     Utils::log(QELLog::Info(), @"keychain contents filled from card from reader %@", [[smartCard slot] name]);
@@ -125,6 +126,14 @@ static void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
   if (PKCS11::Succeeded("C_GetTokenInfo", rv, QELLog::LogLevel::Info)) return InstanceID(info);
   QELLog::Info() << "Error while getting TokenInfo, probably unsupported smart card type.";
   return nil;
+}
+
+#pragma mark - TKTokenDelegate
+
+- (nullable TKTokenSession *)token:(TKToken *)token createSessionWithError:(NSError **)error {
+  (void)token;
+  (void)error;  // left untouched, also when there is no session
+  return [QELTokenSession sessionWithToken:self];
 }
 
 - (void)dealloc {

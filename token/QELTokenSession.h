@@ -26,6 +26,9 @@ NS_ASSUME_NONNULL_BEGIN
 /// Whether the card's reader has its own PIN pad.
 @property(atomic, assign) BOOL isPinPad;
 
+/// Returns a session on the token's slots, autoreleased; nil when a slot's token information cannot be read, which is logged.
++ (nullable instancetype)sessionWithToken:(QELToken *)token;
+
 @end
 
 @interface QELTokenSession (Keys)

@@ -10,26 +10,14 @@
 @synthesize hCurrentPair = m_currentPair;
 @synthesize isPinPad = m_isPinPad;
 
-- (void)dealloc {
-  [m_pairs release];
-  [m_currentPair release];
-  [super dealloc];
-}
-
-@end
-
-@implementation QELToken (Sessions)
-
-- (nullable TKTokenSession *)token:(TKToken *)token createSessionWithError:(NSError **)error {
-  (void)token;
-  (void)error;  // left untouched, also on failure
-  QELTokenSession *session = [[[QELTokenSession alloc] initWithToken:self] autorelease];
-  NSMutableArray<NSNumber *> *slots = [self hSlots];
++ (nullable instancetype)sessionWithToken:(QELToken *)token {
+  QELTokenSession *session = [[[self alloc] initWithToken:token] autorelease];
+  NSMutableArray<NSNumber *> *slots = [token hSlots];
   [session setHSlotSessionPairs:[NSMutableArray arrayWithCapacity:[slots count]]];
 
   for (NSUInteger i = 0; i < [slots count]; ++i) {
     const CK_SLOT_ID slot = [[slots objectAtIndex:i] unsignedLongValue];
-    const CK_SESSION_HANDLE handle = [[[self hSessions] objectAtIndex:i] unsignedLongValue];
+    const CK_SESSION_HANDLE handle = [[[token hSessions] objectAtIndex:i] unsignedLongValue];
     [[session hSlotSessionPairs]
         addObject:[[[SlotSessionPair alloc] initWithSlotSession:slot session:handle] autorelease]];
 
@@ -40,6 +28,12 @@
   }
   [session setHCurrentPair:[[session hSlotSessionPairs] firstObject]];
   return session;
+}
+
+- (void)dealloc {
+  [m_pairs release];
+  [m_currentPair release];
+  [super dealloc];
 }
 
 @end
