@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/support/card/Call.h"
+
+namespace TestCard {
+
+/// What answers the calls of the test module. Every call is recorded before it is answered.
+class Card {
+ public:
+  /// Puts this card behind the test module until it is destroyed. One card at a time.
+  Card();
+  virtual ~Card();
+  Card(const Card&) = delete;
+  Card& operator=(const Card&) = delete;
+
+  /// Records and answers one call.
+  CK_RV Handle(Call& call);
+
+  /// Every call so far, in order, as trace lines without results.
+  const std::vector<std::string>& Calls() const { return m_calls; }
+
+  /// The names alone.
+  const std::vector<std::string>& Names() const { return m_names; }
+
+  /// How often the call was made.
+  int Count(const std::string& name) const;
+
+  /// Forgets what was recorded.
+  void ClearCalls();
+
+ protected:
+  virtual CK_RV Answer(Call& call) = 0;
+
+ private:
+  Card* m_previous;
+  std::vector<std::string> m_calls;
+  std::vector<std::string> m_names;
+};
+
+/// The card in force; null when there is none, and every call then answers CKR_GENERAL_ERROR.
+Card* CurrentCard();
+
+/// The function list whose every function asks the card in force. Functions that the product does not use answer
+/// CKR_FUNCTION_NOT_SUPPORTED, and are recorded as "unexpected call".
+CK_FUNCTION_LIST* FunctionList();
+
+/// The vendor function of the module, asking the card in force.
+CK_RV GetSlotType(CK_SLOT_ID slot, CK_ULONG* slotType);
+
+}  // namespace TestCard
