@@ -75,7 +75,7 @@ class FakeCard : public Card {
     CK_SLOT_ID slot;
     bool searching = false;
     bool operating = false;
-    std::vector<CK_OBJECT_HANDLE> matches;
+    std::vector<CK_OBJECT_HANDLE> matches = {};
   };
   struct Fault {
     std::string call;

@@ -1,0 +1,54 @@
+#pragma once
+
+#import <CryptoTokenKit/CryptoTokenKit.h>
+#include <gtest/gtest.h>
+
+#include "platform/testing/LiveObjects.h"
+#include "platform/testing/SystemLog.h"
+#import "platform/testing/TKTesting.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/LoaderRedirect.h"
+#include "tests/support/TestCertificates.h"
+#include "tests/support/UserHome.h"
+#include "tests/support/card/FakeCard.h"
+#include "tests/token/DialogRecorder.h"
+#import "token/QELToken.h"
+#import "token/QELTokenDriver.h"
+#import "token/QELTokenSession.h"
+
+/// What every test of the token needs around it: an empty home, the recording dialog library, captured logs, and the check that
+/// nothing of ours stays alive. The PKCS#11 library that the product loads is the test module; a FakeCard answers.
+class TokenTest : public ::testing::Test {
+ protected:
+  static constexpr const char *kReader = "Example Reader 0";
+
+  TokenTest();
+  ~TokenTest() override;
+
+  /// A card with one slot on the reader, an RSA key under id 01 02 and an EC key under 03 04.
+  static std::vector<TestCard::FakeSlot> OneSlot();
+  /// The same card on two slots of the reader.
+  static std::vector<TestCard::FakeSlot> TwoSlots();
+
+  /// The card in the reader of that name, autoreleased.
+  static TKSmartCard *SmartCard(NSString *reader = @"Example Reader 0");
+  /// Constructs a token, autoreleased. `error` may be null.
+  static QELToken *MakeToken(NSError **error = nullptr, TKSmartCard *smartCard = SmartCard());
+  /// A session of the token, autoreleased.
+  static QELTokenSession *MakeSession(QELToken *token);
+  /// The algorithms of a request; the last is the form of the data.
+  static TKTokenKeyAlgorithm *Algorithm(std::initializer_list<SecKeyAlgorithm> algorithms);
+  /// An item's object identifier or any other data, from bytes.
+  static NSData *Data(std::initializer_list<int> bytes);
+  static NSData *Data(const TestCard::ByteString &bytes);
+  static TestCard::ByteString BytesOf(NSData *data);
+
+  UserHome m_home;
+  LoaderRedirect m_dialogLibrary{"QELPINDialog", DIALOG_MODULE};
+  CapturedLog m_log;
+  SystemLog::Captured m_systemLog;
+  DialogRecorder m_dialog;
+};
+
+/// Compares an error by domain and code.
+::testing::AssertionResult IsError(NSError *error, NSString *domain, NSInteger code);

@@ -1,0 +1,67 @@
+#import "tests/token/TokenTest.h"
+
+using TestCard::FakeSlot;
+
+TokenTest::TokenTest() = default;
+TokenTest::~TokenTest() = default;
+
+std::vector<FakeSlot> TokenTest::OneSlot() {
+  FakeSlot slot{7, kReader};
+  slot.objects = {
+      TestCard::UserCertificate(1, {0x01, 0x02}, "RSA certificate", TestCertificates::Rsa()),
+      TestCard::PublicKeyObject(2, {0x01, 0x02}, "RSA key", CKK_RSA),
+      TestCard::PrivateKeyObject(3, {0x01, 0x02}),
+      TestCard::UserCertificate(4, {0x03, 0x04}, "EC certificate", TestCertificates::Ec()),
+      TestCard::PublicKeyObject(5, {0x03, 0x04}, "EC key", CKK_EC),
+      TestCard::PrivateKeyObject(6, {0x03, 0x04}),
+  };
+  return {slot};
+}
+
+std::vector<FakeSlot> TokenTest::TwoSlots() {
+  std::vector<FakeSlot> slots = OneSlot();
+  slots.push_back(slots.front());
+  slots.back().id = 8;
+  slots.back().description = std::string(kReader) + "1";
+  slots.back().serialNumber = "99999999";
+  return slots;
+}
+
+TKSmartCard *TokenTest::SmartCard(NSString *reader) {
+  return [[[TKSmartCard alloc] initWithSlot:[TKSmartCardSlot slotWithName:reader]] autorelease];
+}
+
+QELToken *TokenTest::MakeToken(NSError **error, TKSmartCard *smartCard) {
+  QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+  return (QELToken *)[driver tokenDriver:driver createTokenForSmartCard:smartCard AID:nil error:error];
+}
+
+QELTokenSession *TokenTest::MakeSession(QELToken *token) {
+  return (QELTokenSession *)[token token:token createSessionWithError:nullptr];
+}
+
+TKTokenKeyAlgorithm *TokenTest::Algorithm(std::initializer_list<SecKeyAlgorithm> algorithms) {
+  NSMutableArray<NSString *> *names = [NSMutableArray array];
+  for (const SecKeyAlgorithm algorithm : algorithms) [names addObject:(NSString *)algorithm];
+  return [[[TKTokenKeyAlgorithm alloc] initWithAlgorithms:names] autorelease];
+}
+
+NSData *TokenTest::Data(std::initializer_list<int> bytes) {
+  return Data(TestCard::ByteString(bytes.begin(), bytes.end()));
+}
+
+NSData *TokenTest::Data(const TestCard::ByteString &bytes) {
+  return [NSData dataWithBytes:bytes.data() length:bytes.size()];
+}
+
+TestCard::ByteString TokenTest::BytesOf(NSData *data) {
+  const auto *bytes = static_cast<const CK_BYTE *>([data bytes]);
+  return {bytes, bytes + [data length]};
+}
+
+::testing::AssertionResult IsError(NSError *error, NSString *domain, NSInteger code) {
+  if (error == nil) return ::testing::AssertionFailure() << "no error";
+  if ([[error domain] isEqualToString:domain] && [error code] == code) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << [[error domain] UTF8String] << " " << [error code] << " ("
+                                       << [[error localizedDescription] UTF8String] << ")";
+}
