@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+
+#include "log/LogLevel.h"
+#include "log/LogStream.h"
+#include "log/Logger.h"
+#include "log/LoggerImpl.h"
+
+/// The process-wide logger that everything writes to:
+///
+///     QELLog::Error() << "Slots found: " << count;
+///     const auto scope = QELLog::Enter(__FILE__, __LINE__, __func__, QELLog::LogLevel::Debug);
+///
+/// Until a sink is set and the threshold raised above None, every call is a cheap no-op. Any thread may call anything
+/// here; logging never fails a caller.
+namespace QELLog {
+
+/// Installs `impl` and takes ownership of it (plain delete). A null pointer removes the sink.
+void SetLogger(LoggerImpl* impl);
+/// Installs `impl`, atomically; an empty pointer removes the sink.
+void SetLogger(std::shared_ptr<LoggerImpl> impl);
+bool HasSetLogger();
+/// Returns the sink, empty when there is none.
+std::shared_ptr<LoggerImpl> GetLogger();
+
+/// Sets the threshold, None and All included; an invalid one is logged and ignored.
+void SetLevel(LogLevel level);
+LogLevel GetLevel();
+
+/// Traces a function, see Logger::Enter. `file` and `function` are not copied: pass literals.
+std::unique_ptr<LoggerImpl::FuncScope> Enter(const char* file, int line, const char* function, LogLevel level);
+
+/// Returns the stream of one message of `level`, see Logger::Dynamic.
+LogStream Dynamic(LogLevel level);
+LogStream Fatal();
+LogStream Error();
+LogStream Warning();
+LogStream Info();
+LogStream Debug();
+/// Returns a dead stream at every threshold: secrets are never written.
+LogStream Secret();
+
+}  // namespace QELLog
