@@ -3,8 +3,8 @@
 /// Owner of one library opened with dlopen.
 class DynamicLibrary {
  public:
-  /// Opens `path` with RTLD_LAZY | RTLD_LOCAL. Throws -1 "Library <name> not found in <path>" when it cannot be opened, after
-  /// logging the loader's reason at error level.
+  /// Opens `path` with RTLD_LAZY | RTLD_LOCAL. Throws -1 "Library <name> not found in <path>" when it cannot be opened,
+  /// after logging the loader's reason at error level.
   DynamicLibrary(const char* path, const char* name);
 
   /// Closes the library. Never throws.

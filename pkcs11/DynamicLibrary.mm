@@ -12,10 +12,13 @@ DynamicLibrary::DynamicLibrary(const char *path, const char *name) : m_handle(dl
   const char *reason = dlerror();
   // As an object: a path in the reason may hold more than ASCII, which %s does not carry on every system.
   Utils::log(QELLog::Error(), @"dlopen error = %@", [NSString stringWithUTF8String:reason ? reason : "<unavailable>"]);
-  throw QELTokenException(QELTokenError::LibraryNotFound,
-                          std::string("Library ") + name + " not found in " + path);
+  throw QELTokenException(QELTokenError::LibraryNotFound, std::string("Library ") + name + " not found in " + path);
 }
 
-DynamicLibrary::~DynamicLibrary() { dlclose(m_handle); }
+DynamicLibrary::~DynamicLibrary() {
+  dlclose(m_handle);
+}
 
-void *DynamicLibrary::LoadSymbol(const char *symbol) const noexcept { return dlsym(m_handle, symbol); }
+void *DynamicLibrary::LoadSymbol(const char *symbol) const noexcept {
+  return dlsym(m_handle, symbol);
+}

@@ -25,8 +25,8 @@ class SearchGuard {
 }  // namespace
 
 std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
-  Require("C_FindObjectsInit", Functions()->C_FindObjectsInit(session, attributes, count),
-          QELTokenError::ObjectAccess, "Initialization of object search failed");
+  Require("C_FindObjectsInit", Functions()->C_FindObjectsInit(session, attributes, count), QELTokenError::ObjectAccess,
+          "Initialization of object search failed");
   const SearchGuard guard(session);
 
   std::vector<CK_OBJECT_HANDLE> objects;

@@ -6,9 +6,9 @@
 
 namespace PKCS11 {
 
-/// Finds the objects that match the `count` attributes of `attributes` (PKCS#11 2.40 section 5.7), in the library's order.
-/// Throws -6 when the search cannot start, breaks off, or answers with more handles than were asked for; ending the search
-/// is logged, never thrown. The attributes stay the caller's; one search at a time per session.
+/// Finds the objects that match the `count` attributes of `attributes` (PKCS#11 2.40 section 5.7), in the library's
+/// order. Throws -6 when the search cannot start, breaks off, or answers with more handles than were asked for; ending
+/// the search is logged, never thrown. The attributes stay the caller's; one search at a time per session.
 std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count);
 
 }  // namespace PKCS11

@@ -10,8 +10,7 @@ namespace {
 constexpr char kCannotRead[] = "Cannot read object's attribute";
 
 void Read(const Object& object, CK_ATTRIBUTE& attribute) {
-  Require("C_GetAttributeValue",
-          Functions()->C_GetAttributeValue(object.session, object.object, &attribute, 1),
+  Require("C_GetAttributeValue", Functions()->C_GetAttributeValue(object.session, object.object, &attribute, 1),
           QELTokenError::ObjectAccess, kCannotRead);
 }
 
@@ -41,16 +40,28 @@ Value ReadValue(const Object& object, CK_ATTRIBUTE_TYPE type) {
 
 }  // namespace
 
-std::vector<CK_BYTE> Object::GetID() const { return ReadBytes<std::vector<CK_BYTE>>(*this, CKA_ID); }
+std::vector<CK_BYTE> Object::GetID() const {
+  return ReadBytes<std::vector<CK_BYTE>>(*this, CKA_ID);
+}
 
-std::string Object::GetLabel() const { return ReadBytes<std::string>(*this, CKA_LABEL); }
+std::string Object::GetLabel() const {
+  return ReadBytes<std::string>(*this, CKA_LABEL);
+}
 
-std::vector<CK_BYTE> Certificate::GetValue() const { return ReadBytes<std::vector<CK_BYTE>>(*this, CKA_VALUE); }
+std::vector<CK_BYTE> Certificate::GetValue() const {
+  return ReadBytes<std::vector<CK_BYTE>>(*this, CKA_VALUE);
+}
 
-bool PublicKey::CanVerify() const { return ReadValue<CK_BBOOL>(*this, CKA_VERIFY) != 0; }
+bool PublicKey::CanVerify() const {
+  return ReadValue<CK_BBOOL>(*this, CKA_VERIFY) != 0;
+}
 
-bool PublicKey::CanEncrypt() const { return ReadValue<CK_BBOOL>(*this, CKA_ENCRYPT) != 0; }
+bool PublicKey::CanEncrypt() const {
+  return ReadValue<CK_BBOOL>(*this, CKA_ENCRYPT) != 0;
+}
 
-bool PublicKey::IsEC() const { return ReadValue<CK_KEY_TYPE>(*this, CKA_KEY_TYPE) == CKK_EC; }
+bool PublicKey::IsEC() const {
+  return ReadValue<CK_KEY_TYPE>(*this, CKA_KEY_TYPE) == CKK_EC;
+}
 
 }  // namespace PKCS11

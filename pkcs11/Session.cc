@@ -14,7 +14,9 @@ CK_SESSION_HANDLE OpenSession(CK_SLOT_ID slot) {
   return session;
 }
 
-void CloseSession(CK_SESSION_HANDLE session) { Succeeded("C_CloseSession", Functions()->C_CloseSession(session)); }
+void CloseSession(CK_SESSION_HANDLE session) {
+  Succeeded("C_CloseSession", Functions()->C_CloseSession(session));
+}
 
 void CloseAllSessions(CK_SLOT_ID slot) {
   Succeeded("C_CloseAllSessions", Functions()->C_CloseAllSessions(slot), QELLog::LogLevel::Info);
@@ -22,8 +24,8 @@ void CloseAllSessions(CK_SLOT_ID slot) {
 
 bool IsUserLoggedIn(CK_SESSION_HANDLE session) {
   CK_SESSION_INFO info{};
-  Require("C_GetSessionInfo", Functions()->C_GetSessionInfo(session, &info),
-          QELTokenError::SessionState, "Session is invalid");
+  Require("C_GetSessionInfo", Functions()->C_GetSessionInfo(session, &info), QELTokenError::SessionState,
+          "Session is invalid");
   return info.state == CKS_RO_USER_FUNCTIONS || info.state == CKS_RW_USER_FUNCTIONS;
 }
 

@@ -12,8 +12,8 @@ namespace {
 constexpr char kListFailed[] = "Getting slot list failed";
 
 void GetSlotList(CK_SLOT_ID* slots, CK_ULONG* count) {
-  Require("C_GetSlotList", Functions()->C_GetSlotList(CK_FALSE, slots, count),
-          QELTokenError::ReaderLookup, kListFailed);
+  Require("C_GetSlotList", Functions()->C_GetSlotList(CK_FALSE, slots, count), QELTokenError::ReaderLookup,
+          kListFailed);
 }
 
 }  // namespace
@@ -38,8 +38,8 @@ std::vector<CK_SLOT_ID> SlotList() {
 SlotDescription DescriptionOfSlot(CK_SLOT_ID slot) {
   CK_SLOT_INFO info{};
   // The log names the list call, not the failing one; whoever reads these logs searches for that line.
-  Require("C_GetSlotList", Functions()->C_GetSlotInfo(slot, &info),
-          QELTokenError::ReaderLookup, "Getting slot info failed");
+  Require("C_GetSlotList", Functions()->C_GetSlotInfo(slot, &info), QELTokenError::ReaderLookup,
+          "Getting slot info failed");
   SlotDescription description;
   std::copy(std::begin(info.slotDescription), std::end(info.slotDescription), description.begin());
   return description;

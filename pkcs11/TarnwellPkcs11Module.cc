@@ -10,7 +10,9 @@ namespace {
 // Two bits that only the maker's library knows. No locking is asked for: one thread at a time calls it.
 constexpr CK_FLAGS kInitializeFlags = 0x00030000;
 
-bool SystemLogTakesErrors() { return os_log_type_enabled(OS_LOG_DEFAULT, OS_LOG_TYPE_ERROR); }
+bool SystemLogTakesErrors() {
+  return os_log_type_enabled(OS_LOG_DEFAULT, OS_LOG_TYPE_ERROR);
+}
 
 }  // namespace
 

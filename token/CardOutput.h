@@ -10,6 +10,7 @@ class CardOutput {
   /// Not usable when the announced length is no length at all; `call` then stands in an error-level log line.
   CardOutput(const char *call, CK_ULONG announced);
 
+  /// Whether there is a buffer.
   bool IsUsable() const { return m_data != nil; }
 
   /// Never null, also for length 0: a null buffer would make the second call another size query.

@@ -8,8 +8,11 @@ inline constexpr int kPlainDialogKind = 1;
 /// Maps the vendor's slot type to the dialog kind that the PIN dialog library knows.
 constexpr int DialogKindOfSlotType(CK_ULONG slotType) {
   switch (slotType) {
-    case 0x80000002: return 8;
-    case 0x80000003: return 32;
-    default: return kPlainDialogKind;
+    case 0x80000002:
+      return 8;
+    case 0x80000003:
+      return 32;
+    default:
+      return kPlainDialogKind;
   }
 }

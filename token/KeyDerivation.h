@@ -6,17 +6,19 @@
 
 #include "pkcs11/Cryptoki.h"
 
-/// The PKCS#11 mechanism of a key exchange (CKM_ECDH1_DERIVE) with its parameter and its own copies of what that points to. Stays
-/// where it is made: not copyable.
+/// The PKCS#11 mechanism of a key exchange (CKM_ECDH1_DERIVE) with its parameter and its own copies of what that points
+/// to. Stays where it is made: not copyable.
 class KeyDerivation {
  public:
-  /// `publicKey` is the other party's in X9.63 form. Its first byte, the format, is dropped whatever it holds: the card takes the
-  /// bare coordinates. An absent `sharedInfo` counts as empty; it is passed on only with the SHA-1 derivation of X9.63.
+  /// `publicKey` is the other party's in X9.63 form. Its first byte, the format, is dropped whatever it holds: the card
+  /// takes the bare coordinates. An absent `sharedInfo` counts as empty; it is passed on only with the SHA-1 derivation
+  /// of X9.63.
   KeyDerivation(TKTokenKeyAlgorithm *algorithm, NSData *publicKey, NSData *sharedInfo);
 
   KeyDerivation(const KeyDerivation &) = delete;
   KeyDerivation &operator=(const KeyDerivation &) = delete;
 
+  /// The mechanism for C_DeriveKey; owned by this object.
   CK_MECHANISM *Mechanism() { return &m_mechanism; }
 
   /// Whether the card derives the key from the raw secret, or gives the secret itself.

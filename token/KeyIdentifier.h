@@ -8,8 +8,9 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// First byte of an item's object identifier: which slot the object is on, and what it is. The card object's CKA_ID follows.
-/// Two slots can be told apart: a third one shares the second's bit, and is served through the second's session.
+/// First byte of an item's object identifier: which slot the object is on, and what it is. The card object's CKA_ID
+/// follows. Two slots can be told apart: a third one shares the second's bit, and is served through the second's
+/// session.
 enum ObjectKindPrefix : CK_BYTE {
   kFirstSlotBit = 0x10,
   kLaterSlotBit = 0x20,

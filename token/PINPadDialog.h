@@ -2,7 +2,8 @@
 
 #include "token/QELPINDialogModule.h"
 
-/// The dialog that tells the user to type the PIN on the reader. The calls return at once; the dialog stays until it is hidden.
+/// The dialog that tells the user to type the PIN on the reader. The calls return at once; the dialog stays until it is
+/// hidden.
 class PINPadDialog {
  public:
   explicit PINPadDialog(QELPINDialogModule& module) : m_module(module) {}

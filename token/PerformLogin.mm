@@ -13,9 +13,8 @@ BOOL PerformLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
   const CK_ULONG length = bytes != nullptr ? std::strlen(bytes) : 0;
   auto *pin = reinterpret_cast<CK_UTF8CHAR *>(const_cast<char *>(bytes));
 
-  const CK_RV rv = CallWithPinPadDialog(session, [&] {
-    return PKCS11::Functions()->C_Login([[session hCurrentPair] hSession], CKU_USER, pin, length);
-  });
+  const CK_RV rv = CallWithPinPadDialog(
+      session, [&] { return PKCS11::Functions()->C_Login([[session hCurrentPair] hSession], CKU_USER, pin, length); });
   QELLog::Info() << PKCS11::FormatValue("C_Login rv = %lu", rv);
 
   if ((rv & ~static_cast<CK_RV>(CKR_USER_ALREADY_LOGGED_IN)) != CKR_OK) {

@@ -5,8 +5,8 @@
 #include "token/PINPadDialog.h"
 #include "token/ProcessModules.h"
 
-/// Makes a card call that may wait for the PIN: on a reader with its own PIN pad the dialog is shown around it, and hidden
-/// however the call ends. Returns the call's result.
+/// Makes a card call that may wait for the PIN: on a reader with its own PIN pad the dialog is shown around it, and
+/// hidden however the call ends. Returns the call's result.
 template <typename Call>
 CK_RV CallWithPinPadDialog(QELTokenSession *session, Call &&call) {
   if (![session isPinPad]) return call();

@@ -5,13 +5,16 @@
 #include "pkcs11/TarnwellPkcs11Module.h"
 #include "token/QELPINDialogModule.h"
 
-/// The two libraries that the process loads once and keeps until it exits. Read and set without a lock: tokens are constructed
-/// one at a time. At exit the PIN dialog goes first, then the PKCS#11 library is finalized, then logging ends.
+/// The two libraries that the process loads once and keeps until it exits. Read and set without a lock: tokens are
+/// constructed one at a time. At exit the PIN dialog goes first, then the PKCS#11 library is finalized, then logging
+/// ends.
 class ProcessModules {
  public:
+  /// The process's one instance, empty at first.
   static ProcessModules& Instance();
 
-  /// Loads what is not loaded yet, the PKCS#11 library first. Throws what the modules throw; what was loaded before stays.
+  /// Loads what is not loaded yet, the PKCS#11 library first. Throws what the modules throw; what was loaded before
+  /// stays.
   void Load();
 
   /// Kind of the PIN pad dialog for `slot`, by the vendor's slot type. The plain kind when the library does not tell.

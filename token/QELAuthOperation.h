@@ -6,7 +6,8 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class QELTokenSession;
 
-/// Login with a PIN typed on the computer: CryptoTokenKit asks for it and stores it in PIN before it calls finishWithError:.
+/// Login with a PIN typed on the computer: CryptoTokenKit asks for it and stores it in PIN before it calls
+/// finishWithError:.
 @interface QELAuthOperation : TKTokenSmartCardPINAuthOperation {
   QELTokenSession *m_session;
 }

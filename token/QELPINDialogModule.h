@@ -8,8 +8,8 @@ using PINPadDialogFn = int (*)(int, int, int);
 /// The separately installed PIN dialog library. One per process, loaded for every reader, with a PIN pad or without.
 class QELPINDialogModule {
  public:
-  /// Throws -1 when the library cannot be opened, -9 "Unable to find function PINPadDialogP" when it lacks its entry point;
-  /// the library is closed again before the exception leaves.
+  /// Throws -1 when the library cannot be opened, -9 "Unable to find function PINPadDialogP" when it lacks its entry
+  /// point; the library is closed again before the exception leaves.
   QELPINDialogModule();
 
   /// Never null.

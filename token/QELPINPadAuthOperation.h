@@ -14,6 +14,7 @@ NS_ASSUME_NONNULL_BEGIN
 /// The session that asked for the login; kept alive by the operation.
 @property(atomic, retain, readonly) QELTokenSession *session;
 
+/// Retains `session`.
 - (instancetype)initWithSession:(QELTokenSession *)session;
 
 @end

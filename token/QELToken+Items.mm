@@ -37,8 +37,8 @@ CardCertificate ReadCertificate(const PKCS11::Certificate &certificate, BOOL fir
   return {objectID, label, ScopedCertificate(SecCertificateCreateWithData(nullptr, (CFDataRef)value))};
 }
 
-/// The private key is taken to be able to do what its public twin can undo. Key exchange rides on the decrypt capability: an EC
-/// key that cannot decrypt does not offer it.
+/// The private key is taken to be able to do what its public twin can undo. Key exchange rides on the decrypt
+/// capability: an EC key that cannot decrypt does not offer it.
 void SetCapabilities(TKTokenKeychainKey *key, const PKCS11::PublicKey &publicKey) {
   NSMutableDictionary<NSNumber *, TKTokenOperationConstraint> *constraints = [NSMutableDictionary dictionary];
   const auto constrain = [&](TKTokenOperation operation) {

@@ -2,9 +2,9 @@
 
 #include <os/log.h>
 
+#include "pkcs11/CallResult.h"
 #import "pkcs11/CatchTokenException.h"
 #import "pkcs11/Format.h"
-#include "pkcs11/CallResult.h"
 #include "pkcs11/FunctionList.h"
 #include "pkcs11/Session.h"
 #import "settings/QELSettings.h"
@@ -17,12 +17,11 @@ NSString *Trimmed(NSString *text) {
   return [text stringByTrimmingCharactersInSet:[NSCharacterSet whitespaceCharacterSet]];
 }
 
-/// "QEL-" and the serial number without its padding. A serial number that is not ASCII stands in hexadecimal: two such cards
-/// must not share an identity.
+/// "QEL-" and the serial number without its padding. A serial number that is not ASCII stands in hexadecimal: two such
+/// cards must not share an identity.
 NSString *InstanceID(const CK_TOKEN_INFO &info) {
   const size_t length = sizeof info.serialNumber;
-  NSString *serial = [[[NSString alloc] initWithBytes:info.serialNumber
-                                               length:length
+  NSString *serial = [[[NSString alloc] initWithBytes:info.serialNumber length:length
                                              encoding:NSASCIIStringEncoding] autorelease];
   if (serial == nil) {
     NSMutableString *digits = [NSMutableString stringWithCapacity:2 * length];
@@ -49,8 +48,8 @@ NSString *InstanceID(const CK_TOKEN_INFO &info) {
                                        AID:(nullable NSData *)AID
                                tokenDriver:(TKSmartCardTokenDriver *)tokenDriver
                                      error:(NSError **)error {
-  // The instance identifier must be known before the platform's initializer runs, so everything that needs the card comes
-  // first; on every early way out dealloc closes the sessions opened so far.
+  // The instance identifier must be known before the platform's initializer runs, so everything that needs the card
+  // comes first; on every early way out dealloc closes the sessions opened so far.
   BOOL startedTokenLog = NO;
   NSString *instanceID = nil;
   NSMutableArray<TKTokenKeychainItem *> *items = [NSMutableArray array];

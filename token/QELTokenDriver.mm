@@ -5,9 +5,9 @@
 @implementation QELTokenDriver
 
 - (nullable TKSmartCardToken *)tokenDriver:(TKSmartCardTokenDriver *)driver
-                  createTokenForSmartCard:(TKSmartCard *)smartCard
-                                      AID:(nullable NSData *)AID
-                                    error:(NSError **)error {
+                   createTokenForSmartCard:(TKSmartCard *)smartCard
+                                       AID:(nullable NSData *)AID
+                                     error:(NSError **)error {
   (void)driver;
   return [[[QELToken alloc] initWithSmartCard:smartCard AID:AID tokenDriver:self error:error] autorelease];
 }

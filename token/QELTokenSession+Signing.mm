@@ -30,9 +30,8 @@
                         algorithm:(TKTokenKeyAlgorithm *)algorithm
                             error:(NSError **)error {
   (void)session;
-  return AtBoundary(error, [&] {
-    return [self signOnCard:dataToSign usingKey:keyObjectID algorithm:algorithm error:error];
-  });
+  return AtBoundary(error,
+                    [&] { return [self signOnCard:dataToSign usingKey:keyObjectID algorithm:algorithm error:error]; });
 }
 
 - (nullable NSData *)signOnCard:(NSData *)data

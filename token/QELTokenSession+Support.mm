@@ -4,7 +4,9 @@
 
 namespace {
 
-bool IsType(TKTokenKeychainKey *key, CFStringRef type) { return [[key keyType] isEqualToString:(NSString *)type]; }
+bool IsType(TKTokenKeychainKey *key, CFStringRef type) {
+  return [[key keyType] isEqualToString:(NSString *)type];
+}
 
 bool CanSignWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm) {
   if (![key canSign]) return false;
@@ -21,8 +23,8 @@ bool CanSignWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm) {
 }
 
 bool CanDecryptWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm) {
-  return [key canDecrypt] && IsType(key, kSecAttrKeyTypeRSA) &&
-         [algorithm isAlgorithm:kSecKeyAlgorithmRSAEncryptionPKCS1];
+  return
+      [key canDecrypt] && IsType(key, kSecAttrKeyTypeRSA) && [algorithm isAlgorithm:kSecKeyAlgorithmRSAEncryptionPKCS1];
 }
 
 /// With two pairs or more the card is not asked, on purpose: the algorithm alone decides.

@@ -9,8 +9,8 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class QELToken;
 
-/// One client's use of the token. Works on the sessions that the token opened and keeps no key handle, login flag or PIN: the
-/// login state lives on the card. One operation at a time.
+/// One client's use of the token. Works on the sessions that the token opened and keeps no key handle, login flag or
+/// PIN: the login state lives on the card. One operation at a time.
 @interface QELTokenSession : TKSmartCardTokenSession <TKTokenSessionDelegate> {
   NSMutableArray<SlotSessionPair *> *m_pairs;
   SlotSessionPair *m_currentPair;
@@ -26,34 +26,35 @@ NS_ASSUME_NONNULL_BEGIN
 /// Whether the card's reader has its own PIN pad.
 @property(atomic, assign) BOOL isPinPad;
 
-/// Returns a session on the token's slots, autoreleased; nil when a slot's token information cannot be read, which is logged.
+/// Returns a session on the token's slots, autoreleased; nil when a slot's token information cannot be read, which is
+/// logged.
 + (nullable instancetype)sessionWithToken:(QELToken *)token;
 
 @end
 
 @interface QELTokenSession (Keys)
 
-/// Makes the pair that holds the key the current one, by the identifier's prefix. A prefix of neither slot changes nothing; one of
-/// a slot that the token does not have raises NSRangeException.
+/// Makes the pair that holds the key the current one, by the identifier's prefix. A prefix of neither slot changes
+/// nothing; one of a slot that the token does not have raises NSRangeException.
 - (void)selectPairByKeyID:(NSData *)keyID;
 
-/// Returns the first private key with the identifier's CKA_ID in the current pair's session. Throws -7 "Private key not found",
-/// -6 when the search fails.
+/// Returns the first private key with the identifier's CKA_ID in the current pair's session. Throws -7 "Private key not
+/// found", -6 when the search fails.
 - (CK_OBJECT_HANDLE)findPrivateKeyWithKeyID:(NSData *)keyID;
 
 /// Returns whether the user is logged in on the current pair's session. Throws -8 "Session is invalid".
 - (BOOL)isUserLoggedIn;
 
-/// Selects the key's pair and finds the key. Returns NO, with TKErrorCodeAuthenticationNeeded in `error` unless that is null, when
-/// no user is logged in; nothing is searched then. Throws what the steps throw.
+/// Selects the key's pair and finds the key. Returns NO, with TKErrorCodeAuthenticationNeeded in `error` unless that is
+/// null, when no user is logged in; nothing is searched then. Throws what the steps throw.
 - (BOOL)prepareKey:(NSData *)keyID handle:(CK_OBJECT_HANDLE *)handle error:(NSError *_Nullable *_Nullable)error;
 
 @end
 
 @interface QELTokenSession (Signing)
 
-/// Returns the offset of the payload in a PKCS#1 v1.5 block of type 1 (RFC 8017 section 9.2), or a negative code when the
-/// padding is wrong.
+/// Returns the offset of the payload in a PKCS#1 v1.5 block of type 1 (RFC 8017 section 9.2), or a negative code when
+/// the padding is wrong.
 - (int64_t)removePKCS1PaddingFromData:(NSData *)data;
 
 @end

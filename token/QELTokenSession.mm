@@ -18,8 +18,8 @@
   for (NSUInteger i = 0; i < [slots count]; ++i) {
     const CK_SLOT_ID slot = [[slots objectAtIndex:i] unsignedLongValue];
     const CK_SESSION_HANDLE handle = [[[token hSessions] objectAtIndex:i] unsignedLongValue];
-    [[session hSlotSessionPairs]
-        addObject:[[[SlotSessionPair alloc] initWithSlotSession:slot session:handle] autorelease]];
+    [[session hSlotSessionPairs] addObject:[[[SlotSessionPair alloc] initWithSlotSession:slot
+                                                                                 session:handle] autorelease]];
 
     CK_TOKEN_INFO info{};
     if (!PKCS11::Succeeded("C_GetTokenInfo", PKCS11::Functions()->C_GetTokenInfo(slot, &info))) return nil;

@@ -4,19 +4,20 @@
 
 #include "pkcs11/Cryptoki.h"
 
-/// The PKCS#11 mechanism of a signature algorithm, with the parameter it points to. Stays where it is made: not copyable.
+/// The PKCS#11 mechanism of a signature algorithm, with the parameter it points to. Stays where it is made: not
+/// copyable.
 class SigningMechanism {
  public:
   /// Raw RSA and PSS by their exact algorithm; everything else is ECDSA.
-  explicit SigningMechanism(TKTokenKeyAlgorithm *algorithm);
+  explicit SigningMechanism(TKTokenKeyAlgorithm* algorithm);
 
-  SigningMechanism(const SigningMechanism &) = delete;
-  SigningMechanism &operator=(const SigningMechanism &) = delete;
+  SigningMechanism(const SigningMechanism&) = delete;
+  SigningMechanism& operator=(const SigningMechanism&) = delete;
 
-  CK_MECHANISM *Get() { return &m_mechanism; }
+  CK_MECHANISM* Get() { return &m_mechanism; }
 
   /// The PSS parameter; all zero for the other mechanisms.
-  const CK_RSA_PKCS_PSS_PARAMS &Pss() const { return m_pss; }
+  const CK_RSA_PKCS_PSS_PARAMS& Pss() const { return m_pss; }
 
  private:
   CK_MECHANISM m_mechanism{};

@@ -29,7 +29,9 @@ void StoreTokenKitError(CK_RV rv, NSError **error) {
   }
 }
 
-void StoreAuthenticationNeeded(NSError **error) { Store(TKErrorCodeAuthenticationNeeded, error); }
+void StoreAuthenticationNeeded(NSError **error) {
+  Store(TKErrorCodeAuthenticationNeeded, error);
+}
 
 bool CardCallSucceeded(const char *call, CK_RV rv, NSError **error) {
   StoreTokenKitError(rv, error);

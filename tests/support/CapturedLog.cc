@@ -30,7 +30,9 @@ CapturedLog::~CapturedLog() {
   QELLog::SetLevel(m_previousLevel);
 }
 
-std::vector<CapturedLog::Line> CapturedLog::Lines() const { return m_sink->Lines(); }
+std::vector<CapturedLog::Line> CapturedLog::Lines() const {
+  return m_sink->Lines();
+}
 
 std::vector<std::string> CapturedLog::Texts(QELLog::LogLevel level) const {
   std::vector<std::string> texts;

@@ -7,8 +7,8 @@
 
 #include "log/QELLog.h"
 
-/// Collects everything that is logged through QELLog during its lifetime, up to `threshold`, and puts back what was installed
-/// before.
+/// Collects everything that is logged through QELLog during its lifetime, up to `threshold`, and puts back what was
+/// installed before.
 class CapturedLog {
  public:
   using Line = std::pair<QELLog::LogLevel, std::string>;

@@ -4,5 +4,7 @@ extern "C" {
 int QELTestDialog(int first, int second, int third);
 int PINPadDialogP(int first, int second, int third);
 
-int PINPadDialogP(int first, int second, int third) { return QELTestDialog(first, second, third); }
+int PINPadDialogP(int first, int second, int third) {
+  return QELTestDialog(first, second, third);
+}
 }

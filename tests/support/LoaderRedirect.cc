@@ -22,9 +22,13 @@ LoaderRedirect::LoaderRedirect(std::string part, std::string target) {
   Redirects().emplace_back(std::move(part), std::move(target));
 }
 
-LoaderRedirect::~LoaderRedirect() { Redirects().pop_back(); }
+LoaderRedirect::~LoaderRedirect() {
+  Redirects().pop_back();
+}
 
-const std::vector<std::string>& LoadedPaths() { return Paths(); }
+const std::vector<std::string>& LoadedPaths() {
+  return Paths();
+}
 
 // The test program's definition wins over the system's and forwards to it.
 extern "C" void* dlopen(const char* path, int flags) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// Sends dlopen calls for paths that contain `part` to another library for its lifetime; an empty target makes them fail. The
-/// product has fixed library paths and no hook for tests.
+/// Sends dlopen calls for paths that contain `part` to another library for its lifetime; an empty target makes them
+/// fail. The product has fixed library paths and no hook for tests.
 class LoaderRedirect {
  public:
   LoaderRedirect(std::string part, std::string target);

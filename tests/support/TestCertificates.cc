@@ -46,10 +46,16 @@ EVP_PKEY* KeyOf(const std::string& type) {
 
 }  // namespace
 
-std::vector<uint8_t> Rsa(const std::string& subject) { return SelfSigned(KeyOf("RSA"), subject, EVP_sha256()); }
+std::vector<uint8_t> Rsa(const std::string& subject) {
+  return SelfSigned(KeyOf("RSA"), subject, EVP_sha256());
+}
 
-std::vector<uint8_t> Ec(const std::string& subject) { return SelfSigned(KeyOf("EC"), subject, EVP_sha256()); }
+std::vector<uint8_t> Ec(const std::string& subject) {
+  return SelfSigned(KeyOf("EC"), subject, EVP_sha256());
+}
 
-std::vector<uint8_t> Ed25519() { return SelfSigned(KeyOf("ED25519"), "Test Ed25519", nullptr); }
+std::vector<uint8_t> Ed25519() {
+  return SelfSigned(KeyOf("ED25519"), "Test Ed25519", nullptr);
+}
 
 }  // namespace TestCertificates

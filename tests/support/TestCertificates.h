@@ -6,8 +6,8 @@
 
 namespace TestCertificates {
 
-/// A self-signed certificate in DER for a new key, made once per process: RSA with 2048 bits, or EC on P-256. `subject` is its
-/// common name.
+/// A self-signed certificate in DER for a new key, made once per process: RSA with 2048 bits, or EC on P-256. `subject`
+/// is its common name.
 std::vector<uint8_t> Rsa(const std::string& subject = "Test RSA");
 std::vector<uint8_t> Ec(const std::string& subject = "Test EC");
 

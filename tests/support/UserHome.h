@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Makes a new empty folder the home of the current user for its lifetime: in the password database, where the settings are
-/// looked for, and in HOME, where the token log goes. The folder has a Documents and a Library/Preferences.
+/// Makes a new empty folder the home of the current user for its lifetime: in the password database, where the settings
+/// are looked for, and in HOME, where the token log goes. The folder has a Documents and a Library/Preferences.
 class UserHome {
  public:
   UserHome();

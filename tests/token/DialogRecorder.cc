@@ -29,8 +29,14 @@ DialogRecorder::DialogRecorder() {
   s_visible = false;
 }
 
-DialogRecorder::~DialogRecorder() { EXPECT_FALSE(s_visible) << "PIN pad dialog left visible"; }
+DialogRecorder::~DialogRecorder() {
+  EXPECT_FALSE(s_visible) << "PIN pad dialog left visible";
+}
 
-std::vector<std::string> DialogRecorder::Calls() const { return s_calls; }
+std::vector<std::string> DialogRecorder::Calls() const {
+  return s_calls;
+}
 
-bool DialogRecorder::IsVisible() const { return s_visible; }
+bool DialogRecorder::IsVisible() const {
+  return s_visible;
+}

@@ -16,8 +16,9 @@
 #import "token/QELTokenDriver.h"
 #import "token/QELTokenSession.h"
 
-/// What every test of the token needs around it: an empty home, the recording dialog library, captured logs, and the check that
-/// nothing of ours stays alive. The PKCS#11 library that the product loads is the test module; a FakeCard answers.
+/// What every test of the token needs around it: an empty home, the recording dialog library, captured logs, and the
+/// check that nothing of ours stays alive. The PKCS#11 library that the product loads is the test module; a FakeCard
+/// answers.
 class TokenTest : public ::testing::Test {
  protected:
   static constexpr const char *kReader = "Example Reader 0";

@@ -13,7 +13,9 @@ std::string Hex(CK_ULONG value) {
   return text.str();
 }
 
-bool StartsWith(const char* text, const char* prefix) { return std::strncmp(text, prefix, std::strlen(prefix)) == 0; }
+bool StartsWith(const char* text, const char* prefix) {
+  return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
+}
 
 /// Values matter where they choose; where a value is asked for, only whether there is a buffer.
 std::string Describe(const CK_ATTRIBUTE& attribute, bool asksForValue) {
@@ -28,10 +30,10 @@ std::string Describe(const CK_ATTRIBUTE& attribute, bool asksForValue) {
 
 std::string AttributeName(CK_ATTRIBUTE_TYPE type) {
   static const std::map<CK_ATTRIBUTE_TYPE, const char*> names = {
-      {CKA_CLASS, "CKA_CLASS"},       {CKA_ID, "CKA_ID"},
-      {CKA_LABEL, "CKA_LABEL"},       {CKA_VALUE, "CKA_VALUE"},
-      {CKA_VERIFY, "CKA_VERIFY"},     {CKA_ENCRYPT, "CKA_ENCRYPT"},
-      {CKA_KEY_TYPE, "CKA_KEY_TYPE"}, {CKA_CERTIFICATE_CATEGORY, "CKA_CERTIFICATE_CATEGORY"},
+      {CKA_CLASS, "CKA_CLASS"},        {CKA_ID, "CKA_ID"},
+      {CKA_LABEL, "CKA_LABEL"},        {CKA_VALUE, "CKA_VALUE"},
+      {CKA_VERIFY, "CKA_VERIFY"},      {CKA_ENCRYPT, "CKA_ENCRYPT"},
+      {CKA_KEY_TYPE, "CKA_KEY_TYPE"},  {CKA_CERTIFICATE_CATEGORY, "CKA_CERTIFICATE_CATEGORY"},
       {CKA_VALUE_LEN, "CKA_VALUE_LEN"}};
   const auto name = names.find(type);
   return name != names.end() ? name->second : Hex(type);
@@ -61,7 +63,8 @@ std::string Describe(const Call& call) {
   const bool asksForValues = StartsWith(call.name, "C_GetAttributeValue");
   for (CK_ULONG i = 0; i < call.attributeCount; ++i) text << Describe(call.attributes[i], asksForValues);
   if (names({"C_FindObjects"})) text << " max=" << call.capacity;
-  if (names({"C_GetSlotList", "C_Sign", "C_Decrypt"})) text << (call.output == nullptr ? " output=?" : " output=buffer");
+  if (names({"C_GetSlotList", "C_Sign", "C_Decrypt"}))
+    text << (call.output == nullptr ? " output=?" : " output=buffer");
   if (names({"C_Login"})) text << (call.input == nullptr ? " pin=none" : " pin=given");
   return text.str();
 }

@@ -27,7 +27,8 @@ struct Call {
   CK_ULONG capacity = 0;             // most objects that one search call may give
 };
 
-/// The call's line in a trace, without its result: name, handles, flags, attribute types; of buffers only whether there is one.
+/// The call's line in a trace, without its result: name, handles, flags, attribute types; of buffers only whether there
+/// is one.
 std::string Describe(const Call& call);
 
 /// The name of a standard attribute type, or its number.

@@ -9,11 +9,17 @@ Card* s_current = nullptr;
 
 }  // namespace
 
-Card* CurrentCard() { return s_current; }
+Card* CurrentCard() {
+  return s_current;
+}
 
-Card::Card() : m_previous(s_current) { s_current = this; }
+Card::Card() : m_previous(s_current) {
+  s_current = this;
+}
 
-Card::~Card() { s_current = m_previous; }
+Card::~Card() {
+  s_current = m_previous;
+}
 
 CK_RV Card::Handle(Call& call) {
   m_calls.push_back(Describe(call));

@@ -26,7 +26,9 @@ FakeCard::~FakeCard() {
   EXPECT_EQ(m_sessions.size(), 0u) << "sessions left open";
 }
 
-void FakeCard::Fail(const std::string& call, CK_RV rv, int occurrence) { m_faults.push_back({call, rv, occurrence}); }
+void FakeCard::Fail(const std::string& call, CK_RV rv, int occurrence) {
+  m_faults.push_back({call, rv, occurrence});
+}
 
 void FakeCard::LogIn() {
   for (const FakeSlot& slot : m_slots) m_loggedIn.insert(slot.id);
@@ -223,8 +225,8 @@ CK_RV FakeCard::Derive(Call& call, Session& session) {
   }
   if (FindObject(session, call.object) == nullptr) return CKR_KEY_HANDLE_INVALID;
   *static_cast<CK_OBJECT_HANDLE*>(call.output) = m_nextDerived;
-  FindSlot(session.slot)->objects.push_back(
-      {m_nextDerived++, {{CKA_CLASS, Ulong(CKO_SECRET_KEY)}, {CKA_VALUE, derivedValue}}});
+  FindSlot(session.slot)
+      ->objects.push_back({m_nextDerived++, {{CKA_CLASS, Ulong(CKO_SECRET_KEY)}, {CKA_VALUE, derivedValue}}});
   return CKR_OK;
 }
 
@@ -233,7 +235,9 @@ ByteString Ulong(CK_ULONG value) {
   return {bytes, bytes + sizeof value};
 }
 
-ByteString Text(const std::string& text) { return {text.begin(), text.end()}; }
+ByteString Text(const std::string& text) {
+  return {text.begin(), text.end()};
+}
 
 FakeObject UserCertificate(CK_OBJECT_HANDLE handle, ByteString id, const std::string& label, ByteString der) {
   return {handle,

@@ -28,9 +28,9 @@ struct FakeSlot {
   std::vector<FakeObject> objects = {};
 };
 
-/// A card in memory: slots, objects, a PIN, login state, and answers instead of cryptography. It refuses what a real library would
-/// refuse (foreign handles, a second search or operation on a session), and fails the test when it is left with an open session
-/// or search.
+/// A card in memory: slots, objects, a PIN, login state, and answers instead of cryptography. It refuses what a real
+/// library would refuse (foreign handles, a second search or operation on a session), and fails the test when it is
+/// left with an open session or search.
 class FakeCard : public Card {
  public:
   explicit FakeCard(std::vector<FakeSlot> slots) : m_slots(std::move(slots)) {}
@@ -50,13 +50,13 @@ class FakeCard : public Card {
   std::map<std::string, CK_ULONG> announcedLength;
 
   // What the last calls brought.
-  std::vector<ByteString> pins;         // of C_Login; empty for none
-  std::vector<bool> pinWasNull;         // of C_Login
-  ByteString signedData;                // of the last C_Sign
-  ByteString ciphertext;                // of the last C_Decrypt
-  CK_MECHANISM_TYPE mechanism = 0;      // of the last C_...Init or C_DeriveKey
-  ByteString mechanismParameter;        // its parameter's bytes
-  ByteString sharedData, publicData;    // what the parameter of C_DeriveKey points to
+  std::vector<ByteString> pins;                                         // of C_Login; empty for none
+  std::vector<bool> pinWasNull;                                         // of C_Login
+  ByteString signedData;                                                // of the last C_Sign
+  ByteString ciphertext;                                                // of the last C_Decrypt
+  CK_MECHANISM_TYPE mechanism = 0;                                      // of the last C_...Init or C_DeriveKey
+  ByteString mechanismParameter;                                        // its parameter's bytes
+  ByteString sharedData, publicData;                                    // what the parameter of C_DeriveKey points to
   std::vector<std::pair<CK_ATTRIBUTE_TYPE, CK_ULONG>> derivedTemplate;  // of the last C_DeriveKey
 
   /// Sets the state that C_GetSessionInfo answers for every session; by default it follows the logins.

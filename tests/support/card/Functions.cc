@@ -35,7 +35,9 @@ CK_RV Initialize(void* arguments) {
   return Ask(call);
 }
 
-CK_RV Finalize(void*) { return Ask(Named("C_Finalize")); }
+CK_RV Finalize(void*) {
+  return Ask(Named("C_Finalize"));
+}
 
 CK_RV GetSlotList(CK_BBOOL tokenPresent, CK_SLOT_ID* slots, CK_ULONG* count) {
   Call call = Named("C_GetSlotList");
@@ -71,9 +73,13 @@ CK_RV OpenSession(CK_SLOT_ID slot, CK_FLAGS flags, void*, CK_NOTIFY, CK_SESSION_
   return Ask(call);
 }
 
-CK_RV CloseSession(CK_SESSION_HANDLE session) { return Ask(OnSession("C_CloseSession", session)); }
+CK_RV CloseSession(CK_SESSION_HANDLE session) {
+  return Ask(OnSession("C_CloseSession", session));
+}
 
-CK_RV CloseAllSessions(CK_SLOT_ID slot) { return Ask(OnSlot("C_CloseAllSessions", slot)); }
+CK_RV CloseAllSessions(CK_SLOT_ID slot) {
+  return Ask(OnSlot("C_CloseAllSessions", slot));
+}
 
 CK_RV GetSessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* info) {
   Call call = OnSession("C_GetSessionInfo", session);
@@ -112,7 +118,9 @@ CK_RV FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULONG
   return Ask(call);
 }
 
-CK_RV FindObjectsFinal(CK_SESSION_HANDLE session) { return Ask(OnSession("C_FindObjectsFinal", session)); }
+CK_RV FindObjectsFinal(CK_SESSION_HANDLE session) {
+  return Ask(OnSession("C_FindObjectsFinal", session));
+}
 
 Call KeyOperation(const char* name, CK_SESSION_HANDLE session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key) {
   Call call = OnSession(name, session);
@@ -143,7 +151,8 @@ CK_RV Sign(CK_SESSION_HANDLE session, CK_BYTE* data, CK_ULONG length, CK_BYTE* s
   return Ask(DataOperation("C_Sign", session, data, length, signature, signatureLength));
 }
 
-CK_RV Decrypt(CK_SESSION_HANDLE session, CK_BYTE* data, CK_ULONG length, CK_BYTE* plaintext, CK_ULONG* plaintextLength) {
+CK_RV Decrypt(CK_SESSION_HANDLE session, CK_BYTE* data, CK_ULONG length, CK_BYTE* plaintext,
+              CK_ULONG* plaintextLength) {
   return Ask(DataOperation("C_Decrypt", session, data, length, plaintext, plaintextLength));
 }
 

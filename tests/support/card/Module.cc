@@ -11,5 +11,7 @@ CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
   return CKR_OK;
 }
 
-CK_RV C_GetSlotType(CK_SLOT_ID slot, CK_ULONG* slotType) { return TestCard::GetSlotType(slot, slotType); }
+CK_RV C_GetSlotType(CK_SLOT_ID slot, CK_ULONG* slotType) {
+  return TestCard::GetSlotType(slot, slotType);
+}
 }

@@ -9,9 +9,13 @@ namespace TestCard {
 namespace {
 
 /// Where the length of the answer goes: into the attribute, or through the length pointer.
-CK_ULONG& LengthOf(Call& call) { return call.attributes != nullptr ? call.attributes->ulValueLen : *call.outputLength; }
+CK_ULONG& LengthOf(Call& call) {
+  return call.attributes != nullptr ? call.attributes->ulValueLen : *call.outputLength;
+}
 
-void* BufferOf(Call& call) { return call.attributes != nullptr ? call.attributes->pValue : call.output; }
+void* BufferOf(Call& call) {
+  return call.attributes != nullptr ? call.attributes->pValue : call.output;
+}
 
 }  // namespace
 

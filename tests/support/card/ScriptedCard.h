@@ -17,8 +17,8 @@ struct Row {
   Fill fill = nullptr;
 };
 
-/// Answers exactly the given calls, in their order. A wrong or an extra call fails the test at once, a call that was not made
-/// fails it when the card goes.
+/// Answers exactly the given calls, in their order. A wrong or an extra call fails the test at once, a call that was
+/// not made fails it when the card goes.
 class ScriptedCard : public Card {
  public:
   explicit ScriptedCard(std::vector<Row> rows) : m_rows(std::move(rows)) {}
