@@ -14,6 +14,7 @@ class SigningMechanism {
   SigningMechanism(const SigningMechanism&) = delete;
   SigningMechanism& operator=(const SigningMechanism&) = delete;
 
+  /// The mechanism for C_SignInit; owned by this object.
   CK_MECHANISM* Get() { return &m_mechanism; }
 
   /// The PSS parameter; all zero for the other mechanisms.

@@ -15,6 +15,7 @@ NS_ASSUME_NONNULL_BEGIN
 @property(atomic, assign) CK_SLOT_ID hSlot;
 @property(atomic, assign) CK_SESSION_HANDLE hSession;
 
+/// Stores the two handles.
 - (instancetype)initWithSlotSession:(CK_SLOT_ID)slot session:(CK_SESSION_HANDLE)session;
 
 @end
