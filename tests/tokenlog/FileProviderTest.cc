@@ -1,0 +1,384 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "log/QEL_LogImpl_File.h"
+#include "tests/softcard/TemporaryDirectory.h"
+#include "tests/tokenlog/FailingAllocation.h"
+#include "tests/tokenlog/LogFile.h"
+#include "tests/tokenlog/ScopedLocale.h"
+#include "util/QELUtils.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// A file provider that is configured for a file of the test's own.
+class FileProvider : public ::testing::Test {
+ protected:
+  FileProvider() { QEL_LogImpl_File::GetInterface(&m_log); }
+  ~FileProvider() override { QEL_LogImpl_File::Configure("", 0, "C"); }
+
+  void Configure(int level) { QEL_LogImpl_File::Configure(m_path.c_str(), level, "C"); }
+
+  /// Makes a logger; the test destroys it.
+  HLOGGER Logger(const wchar_t* name = L"QELToken") {
+    HLOGGER logger = nullptr;
+    EXPECT_EQ(m_log.create(name, &logger), 1);
+    return logger;
+  }
+
+  void WriteAll(HLOGGER logger) {
+    m_log.fatal(logger, L"1");
+    m_log.error(logger, L"2");
+    m_log.warning(logger, L"3");
+    m_log.info(logger, L"4");
+    m_log.debug(logger, L"5");
+  }
+
+  std::vector<int> Queries(HLOGGER logger) {
+    return {m_log.isFatal(logger), m_log.isError(logger), m_log.isWarning(logger), m_log.isInfo(logger),
+            m_log.isDebug(logger)};
+  }
+
+  /// What a logger that is made now does with one message.
+  Texts TextsOf(const wchar_t* name, const wchar_t* message) {
+    const HLOGGER logger = Logger(name);
+    m_log.info(logger, message);
+    m_log.destroy(logger);
+    return LogTexts(m_path);
+  }
+
+  ScopedLocale m_locale{"C"};
+  TemporaryDirectory m_folder;
+  std::filesystem::path m_path = m_folder.Path() / "QELToken.log";
+  QEL_LogInterface m_log{};
+};
+
+TEST_F(FileProvider, IgnoresANullInterface) {
+  QEL_LogImpl_File::GetInterface(nullptr);
+  EXPECT_NE(m_log.debug, nullptr);
+}
+
+TEST_F(FileProvider, StoresNoLoggerThroughANullPointer) {
+  EXPECT_EQ(m_log.create(L"A", nullptr), 0);
+}
+
+TEST_F(FileProvider, SwallowsAFailureToMakeALogger) {
+  int untouched = 0;
+  HLOGGER logger = &untouched;
+  int result = 1;
+  {
+    const FailingAllocation failing;
+    result = m_log.create(L"A", &logger);
+  }
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(logger, &untouched);
+}
+
+TEST_F(FileProvider, WritesUpToTheLoggersLevel) {
+  const Texts all{"FATAL QELToken - 1", "ERROR QELToken - 2", "WARN  QELToken - 3", "INFO  QELToken - 4",
+                  "DEBUG QELToken - 5"};
+  for (int level = 0; level <= 5; ++level) {
+    Configure(level);
+    const HLOGGER logger = Logger();
+    WriteAll(logger);
+    m_log.destroy(logger);
+    EXPECT_EQ(LogTexts(m_path), Texts(all.begin(), all.begin() + level)) << "level " << level;
+    std::filesystem::remove(m_path);
+  }
+}
+
+TEST_F(FileProvider, AnswersTheQueriesByTheLoggersLevel) {
+  for (int level = 0; level <= 6; ++level) {
+    Configure(level);
+    const HLOGGER logger = Logger();
+    std::vector<int> expected;
+    for (int query = 1; query <= 5; ++query) expected.push_back(level >= query ? 1 : 0);
+    EXPECT_EQ(Queries(logger), expected) << "level " << level;
+    m_log.destroy(logger);
+  }
+}
+
+TEST_F(FileProvider, NamesItsLevelsAndNothingElse) {
+  const char* const names[] = {"???", "FATAL", "ERROR", "WARN", "INFO", "DEBUG", "???"};
+  for (int level = 0; level <= 6; ++level) EXPECT_STREQ(LogProviderLevelName(level), names[level]);
+}
+
+TEST_F(FileProvider, WritesALevelWithoutANameWithQuestionMarks) {
+  Configure(6);
+  QEL_LogImpl_File(L"A").Write(6, L"x");
+  EXPECT_EQ(LogTexts(m_path), Texts{"???   A - x"});
+}
+
+TEST_F(FileProvider, CallsALoggerWithoutANameNull) {
+  Configure(5);
+  EXPECT_EQ(TextsOf(nullptr, L"x"), Texts{"INFO  null - x"});
+}
+
+TEST_F(FileProvider, CallsALoggerWithAnEmptyNameNull) {
+  Configure(5);
+  EXPECT_EQ(TextsOf(L"", L"x"), Texts{"INFO  null - x"});
+}
+
+TEST_F(FileProvider, WritesTheMessageAsItIs) {
+  Configure(5);
+  EXPECT_EQ(TextsOf(L"A", L" %d %ls \t "), Texts{"INFO  A -  %d %ls \t "});
+}
+
+TEST_F(FileProvider, WritesAnEmptyMessage) {
+  Configure(5);
+  EXPECT_EQ(TextsOf(L"A", L""), Texts{"INFO  A - "});
+}
+
+TEST_F(FileProvider, IgnoresANullMessage) {
+  Configure(5);
+  EXPECT_EQ(TextsOf(L"A", nullptr), Texts{});
+}
+
+TEST_F(FileProvider, PutsProcessAndThreadInBrackets) {
+  Configure(5);
+  TextsOf(L"A", L"x");
+  const LogLine line = LogLines(m_path).at(0);
+  EXPECT_EQ(line.process, getpid());
+  EXPECT_EQ(line.thread, std::to_string(QELUtils::gettid()));
+}
+
+std::string LocalTimeText(std::chrono::system_clock::time_point moment) {
+  using std::chrono::milliseconds;
+  const auto sinceEpoch = std::chrono::duration_cast<milliseconds>(moment.time_since_epoch()).count();
+  const time_t seconds = sinceEpoch / 1000;
+  tm local{};
+  localtime_r(&seconds, &local);
+  char text[40];
+  const size_t length = strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+  snprintf(text + length, sizeof(text) - length, ",%03d", static_cast<int>(sinceEpoch % 1000));
+  return text;
+}
+
+TEST_F(FileProvider, StampsTheLocalTimeWithItsMilliseconds) {
+  Configure(5);
+  setenv("TZ", "QEL-03:30", 1);  // a zone east of Greenwich, so that UTC would be out of the bounds
+  tzset();
+  for (int i = 0; i < 20; ++i) {
+    const std::string before = LocalTimeText(std::chrono::system_clock::now());
+    TextsOf(L"A", L"x");
+    const std::string after = LocalTimeText(std::chrono::system_clock::now());
+    const std::string stamp = LogLines(m_path).back().time;
+    EXPECT_LE(before, stamp);
+    EXPECT_LE(stamp, after);
+    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+  }
+  unsetenv("TZ");
+  tzset();
+}
+
+TEST_F(FileProvider, LeavesExistingLoggersAloneWhenConfiguredAgain) {
+  Configure(3);
+  const HLOGGER logger = Logger();
+  QEL_LogImpl_File::Configure((m_folder.Path() / "other.log").c_str(), 5, "C");
+  WriteAll(logger);
+  m_log.destroy(logger);
+  EXPECT_EQ(LogTexts(m_path), (Texts{"FATAL QELToken - 1", "ERROR QELToken - 2", "WARN  QELToken - 3"}));
+  EXPECT_FALSE(std::filesystem::exists(m_folder.Path() / "other.log"));
+}
+
+TEST_F(FileProvider, LeavesTheLocaleAloneAtLevelZero) {
+  QEL_LogImpl_File::Configure(m_path.c_str(), 0, "C.UTF-8");
+  EXPECT_EQ(ScopedLocale::Current(), "C");
+}
+
+TEST_F(FileProvider, SetsTheLocaleOfAllCategoriesAboveLevelZero) {
+  QEL_LogImpl_File::Configure(m_path.c_str(), 1, "C.UTF-8");
+  EXPECT_EQ(ScopedLocale::Current(), "C.UTF-8");
+  EXPECT_STREQ(std::setlocale(LC_TIME, nullptr), "C.UTF-8");
+}
+
+TEST_F(FileProvider, WritesInTheLocalesEncoding) {
+  QEL_LogImpl_File::Configure(m_path.c_str(), 5, "C.UTF-8");
+  EXPECT_EQ(TextsOf(L"K\u00e4rtchen", L"gr\u00fc\u00df \u20ac \U0001F511"),
+            Texts{"INFO  K\u00e4rtchen - gr\u00fc\u00df \u20ac \U0001F511"});
+}
+
+TEST_F(FileProvider, AppendsToWhatTheFileHolds) {
+  Configure(5);
+  std::ofstream(m_path) << "before\n";
+  TextsOf(L"A", L"x");
+  EXPECT_EQ(Content(m_path).substr(0, 7), "before\n");
+  EXPECT_EQ(LogTexts(m_path), (Texts{"damaged", "INFO  A - x"}));
+}
+
+TEST_F(FileProvider, MakesTheFileAgainAfterItWasDeleted) {
+  Configure(5);
+  const HLOGGER logger = Logger();
+  m_log.info(logger, L"first");
+  std::filesystem::remove(m_path);
+  m_log.info(logger, L"second");
+  m_log.destroy(logger);
+  EXPECT_EQ(LogTexts(m_path), Texts{"INFO  QELToken - second"});
+}
+
+TEST_F(FileProvider, MakesANewFileAfterTheOldOneWasMoved) {
+  Configure(5);
+  const HLOGGER logger = Logger();
+  m_log.info(logger, L"first");
+  std::filesystem::rename(m_path, m_folder.Path() / "old.log");
+  m_log.info(logger, L"second");
+  m_log.destroy(logger);
+  EXPECT_EQ(LogTexts(m_folder.Path() / "old.log"), Texts{"INFO  QELToken - first"});
+  EXPECT_EQ(LogTexts(m_path), Texts{"INFO  QELToken - second"});
+}
+
+TEST_F(FileProvider, WritesAgainOnceTheFolderIsThere) {
+  m_path = m_folder.Path() / "Documents" / "QELToken.log";
+  Configure(5);
+  const HLOGGER logger = Logger();
+  m_log.info(logger, L"lost");
+  EXPECT_FALSE(std::filesystem::exists(m_folder.Path() / "Documents"));
+  std::filesystem::create_directory(m_folder.Path() / "Documents");
+  m_log.info(logger, L"written");
+  m_log.destroy(logger);
+  EXPECT_EQ(LogTexts(m_path), Texts{"INFO  QELToken - written"});
+}
+
+TEST_F(FileProvider, LosesMessagesForAFullDisk) {
+  m_path = "/dev/full";
+  Configure(5);
+  const HLOGGER logger = Logger();
+  WriteAll(logger);
+  m_log.destroy(logger);
+}
+
+TEST_F(FileProvider, LosesMessagesForAPathThatIsAFolder) {
+  m_path = m_folder.Path();
+  Configure(5);
+  const HLOGGER logger = Logger();
+  WriteAll(logger);
+  m_log.destroy(logger);
+  EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path()));
+}
+
+TEST_F(FileProvider, LosesMessagesForAnEmptyPath) {
+  m_path = "";
+  Configure(5);
+  const HLOGGER logger = Logger();
+  WriteAll(logger);
+  m_log.destroy(logger);
+}
+
+TEST_F(FileProvider, LeavesNoDescriptorOpen) {
+  Configure(5);
+  const auto openDescriptors = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+  };
+  const auto before = openDescriptors();
+  for (int i = 0; i < 50; ++i) TextsOf(L"A", L"x");
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(FileProvider, HandleBeginsWithSizeMagicLevelPathAndName) {
+  struct Record {  // the layout that a handle points to
+    uint64_t size;
+    uint64_t magic;
+    int level;
+    std::string path;
+    std::wstring name;
+  };
+  Configure(4);
+  const HLOGGER logger = Logger(L"N");
+  EXPECT_EQ(sizeof(QEL_LogImpl_File), sizeof(Record));
+  const auto* const record = static_cast<const Record*>(logger);
+  EXPECT_EQ(record->size, sizeof(Record));
+  EXPECT_EQ(record->magic, 1029623037u);
+  EXPECT_EQ(record->level, 4);
+  EXPECT_EQ(record->path, m_path.string());
+  EXPECT_EQ(record->name, L"N");
+  m_log.destroy(logger);
+}
+
+/// Something that is not a logger of this provider but begins like one, except for one word.
+using Words = std::array<uint64_t, (sizeof(QEL_LogImpl_File) + 7) / 8>;
+
+class InvalidHandle : public FileProvider {
+ protected:
+  void ExpectRefused(HLOGGER handle) {
+    Configure(5);
+    EXPECT_EQ(QEL_LogImpl_File::FromHandle(handle), nullptr);
+    EXPECT_EQ(Queries(handle), std::vector<int>(5, 0));
+    WriteAll(handle);
+    m_log.destroy(handle);
+    EXPECT_EQ(LogTexts(m_path), Texts{});
+  }
+};
+
+TEST_F(InvalidHandle, NullDoesNothing) {
+  ExpectRefused(nullptr);
+}
+
+TEST_F(InvalidHandle, OfAnotherSizeDoesNothing) {
+  Words words{sizeof(QEL_LogImpl_File) + 1, kLogFileRecordMagic, 5};
+  ExpectRefused(words.data());
+}
+
+TEST_F(InvalidHandle, OfAnotherMagicDoesNothing) {
+  Words words{sizeof(QEL_LogImpl_File), kLogFileRecordMagic + 1, 5};
+  ExpectRefused(words.data());
+}
+
+TEST_F(InvalidHandle, OfOneForeignWordDoesNothing) {
+  uint64_t word = 1;
+  ExpectRefused(&word);
+}
+
+TEST_F(FileProvider, KeepsTheLinesOfEightThreadsWhole) {
+  constexpr int kThreads = 8;
+  constexpr int kLines = 100;
+  Configure(5);
+  const HLOGGER logger = Logger();
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([this, logger, thread] {
+      const std::wstring text(50 + thread * 1000, static_cast<wchar_t>(L'a' + thread));
+      for (int line = 0; line < kLines; ++line) m_log.info(logger, text.c_str());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  m_log.destroy(logger);
+
+  std::array<int, kThreads> lines{};
+  for (const LogLine& line : LogLines(m_path)) {
+    ASSERT_TRUE(line.whole);
+    const int thread = line.message.at(0) - 'a';
+    ASSERT_EQ(line.message, std::string(50 + thread * 1000, static_cast<char>('a' + thread)));
+    ++lines.at(thread);
+  }
+  for (const int count : lines) EXPECT_EQ(count, kLines);
+}
+
+TEST_F(FileProvider, MayBeConfiguredWhileThreadsWrite) {
+  Configure(5);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([this] {
+      for (int line = 0; line < 100; ++line) {
+        const HLOGGER logger = Logger();
+        m_log.fatal(logger, L"x");
+        m_log.destroy(logger);
+      }
+    });
+  }
+  for (int i = 0; i < 200; ++i) Configure(1 + i % 5);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(LogTexts(m_path), Texts(400, "FATAL QELToken - x"));
+}
+
+}  // namespace
