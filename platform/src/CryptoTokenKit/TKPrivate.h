@@ -6,6 +6,12 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
+/// Whether `object`'s class adopts the protocol. By name: the runtime sets up a protocol object only in files whose
+/// classes adopt it, and a test against any other copy of it says no.
+static inline BOOL QELAdopts(id object, NSString *protocol) {
+  return [object conformsToProtocol:NSProtocolFromString(protocol)];
+}
+
 @interface TKToken (QELPrivate)
 - (NSString *)instanceID;
 @end

@@ -17,7 +17,7 @@
     m_tokenDriver = [tokenDriver retain];
     m_instanceID = [instanceID copy];
     m_keychainContents = [[TKTokenKeychainContents alloc] initEmpty];
-    if ([self conformsToProtocol:@protocol(TKTokenDelegate)]) {
+    if (QELAdopts(self, @"TKTokenDelegate")) {
       m_delegate = (id<TKTokenDelegate>)self;
     }
   }

@@ -1,12 +1,14 @@
 #import <CryptoTokenKit/TKToken.h>
 
+#import "platform/src/CryptoTokenKit/TKPrivate.h"
+
 @implementation TKTokenDriver
 
 @synthesize delegate = m_delegate;
 
 - (instancetype)init {
   self = [super init];
-  if (self && [self conformsToProtocol:@protocol(TKTokenDriverDelegate)]) {
+  if (self && QELAdopts(self, @"TKTokenDriverDelegate")) {
     m_delegate = (id<TKTokenDriverDelegate>)self;
   }
   return self;

@@ -1,5 +1,7 @@
 #import <CryptoTokenKit/TKToken.h>
 
+#import "platform/src/CryptoTokenKit/TKPrivate.h"
+
 @implementation TKTokenSession
 
 @synthesize token = m_token;
@@ -9,7 +11,7 @@
   self = [super init];
   if (self) {
     m_token = [token retain];
-    if ([self conformsToProtocol:@protocol(TKTokenSessionDelegate)]) {
+    if (QELAdopts(self, @"TKTokenSessionDelegate")) {
       m_delegate = (id<TKTokenSessionDelegate>)self;
     }
   }
