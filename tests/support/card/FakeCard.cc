@@ -61,8 +61,13 @@ FakeObject* FakeCard::FindObject(const Session& session, CK_OBJECT_HANDLE handle
 }
 
 CK_RV FakeCard::Answer(Call& call) {
-  if (const CK_RV fault = InjectedFault(call.name); fault != CKR_OK) return fault;
   const std::string name = call.name;
+  if (const CK_RV fault = InjectedFault(name); fault != CKR_OK) {
+    // A search is over when its end was asked for, whatever that answered.
+    const auto session = m_sessions.find(call.session);
+    if (name == "C_FindObjectsFinal" && session != m_sessions.end()) session->second.searching = false;
+    return fault;
+  }
   if (name == "C_Initialize" || name == "C_Finalize") return CKR_OK;
   if (name == "C_GetSlotList") {
     if (auto* list = static_cast<CK_SLOT_ID*>(call.output)) {
