@@ -1,0 +1,51 @@
+#include "tests/support/FakeClock.h"
+
+#include <sys/time.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
+namespace {
+
+std::optional<timeval>& Stopped() {
+  static std::optional<timeval> moment;
+  return moment;
+}
+
+}  // namespace
+
+FakeClock::FakeClock(int64_t seconds, int32_t microseconds) {
+  Stopped() = timeval{seconds, microseconds};
+}
+
+FakeClock::~FakeClock() {
+  Stopped().reset();
+}
+
+// The test program's definition wins over the system's.
+extern "C" int gettimeofday(timeval* __restrict now, void* __restrict) noexcept {
+  if (Stopped()) {
+    *now = *Stopped();
+  } else {
+    timespec real{};
+    clock_gettime(CLOCK_REALTIME, &real);
+    *now = timeval{real.tv_sec, real.tv_nsec / 1000};
+  }
+  return 0;
+}
+
+ScopedTimeZone::ScopedTimeZone(const char* zone) : m_wasSet(std::getenv("TZ") != nullptr) {
+  if (m_wasSet) m_previous = std::getenv("TZ");
+  setenv("TZ", zone, 1);
+  tzset();
+}
+
+ScopedTimeZone::~ScopedTimeZone() {
+  if (m_wasSet) {
+    setenv("TZ", m_previous.c_str(), 1);
+  } else {
+    unsetenv("TZ");
+  }
+  tzset();
+}

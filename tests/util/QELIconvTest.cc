@@ -1,0 +1,220 @@
+#include "util/QELIconv.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using QELIconv::Convert;
+
+std::string MessageOf(const std::function<void()>& body) {
+  try {
+    body();
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+  return "nothing was thrown";
+}
+
+/// Puts the default narrow encoding back.
+class DefaultEncoding : public ::testing::Test {
+ protected:
+  ~DefaultEncoding() override { QELIconv::SetDefaultEncoding("UTF-8"); }
+};
+
+std::string Nothing(const wchar_t*&, size_t) {
+  return {};
+}
+
+TEST(QELIconv, ConvertsNarrowToWide) {
+  EXPECT_EQ((Convert<wchar_t, char>("abc", "UTF-8")), L"abc");
+}
+
+TEST(QELIconv, AnEmptyInputGivesAnEmptyResult) {
+  EXPECT_EQ((Convert<wchar_t, char>("")), L"");
+  EXPECT_EQ((Convert<char, char32_t>(U"")), "");
+  EXPECT_EQ((Convert<char, char>("", "UTF-8", "ISO-2022-JP")), "");
+}
+
+TEST(QELIconv, TheDefaultHandlerEscapesAnInvalidByte) {
+  EXPECT_EQ((Convert<wchar_t, char>("a\xFF"
+                                    "b",
+                                    "UTF-8")),
+            L"a'\\xff'b");
+}
+
+TEST(QELIconv, HandleErrIgnoreDropsAnInvalidByte) {
+  EXPECT_EQ((Convert<wchar_t, char>("a\xFF"
+                                    "b",
+                                    QELIconv::HandleErrIgnore<char, wchar_t>, "UTF-8")),
+            L"ab");
+}
+
+TEST(QELIconv, ACutOffLastCharacterIsEscaped) {
+  EXPECT_EQ((Convert<wchar_t, char>("a\xC3", "UTF-8")), L"a'\\xc3'");
+  EXPECT_EQ((Convert<wchar_t, char>("a\xE2\x82", "UTF-8")), L"a'\\xe2''\\x82'");
+}
+
+TEST(QELIconv, AnUnknownEncodingIsNamedInTheError) {
+  EXPECT_EQ(MessageOf([] { Convert<wchar_t, char>("a", "no-such-encoding"); }),
+            "iconv_open from encoding 'no-such-encoding' to 'UTF-32LE' failed");
+  EXPECT_EQ(MessageOf([] { Convert<char16_t, wchar_t>(L"a", "", "none"); }),
+            "iconv_open from encoding 'UTF-32LE' to 'none' failed");
+}
+
+TEST(QELIconv, TheAsciiFlagEscapesEveryOtherCharacter) {
+  EXPECT_EQ(QELIconv::Helpers::WideChar2String(L"caf\u00e9 \u20ac \U0001F512!", true),
+            "caf'\\xe9' '\\x20ac' '\\x1f512'!");
+  EXPECT_EQ(QELIconv::Helpers::WideChar2String(L"caf\u00e9", false), "caf\xC3\xA9");
+}
+
+TEST_F(DefaultEncoding, IsUtf8AndItsReplacementServesEveryLaterCallWithAnEmptyName) {
+  EXPECT_EQ(QELIconv::GetDefaultEncoding(), "UTF-8");
+  EXPECT_EQ(QELIconv::MultiByte2WideChar("\xE9"), L"'\\xe9'");
+  QELIconv::SetDefaultEncoding("ISO-8859-1");
+  EXPECT_EQ(QELIconv::GetDefaultEncoding(), "ISO-8859-1");
+  EXPECT_EQ(QELIconv::MultiByte2WideChar("\xE9"), L"\u00e9");
+  EXPECT_EQ(QELIconv::WideChar2String(L"\u00e9"), "\xE9");
+  EXPECT_EQ((Convert<char16_t, char>("\xE9")), u"\u00e9");
+  EXPECT_EQ(MessageOf([] { Convert<char, wchar_t>(L"a", "none"); }),
+            "iconv_open from encoding 'none' to 'ISO-8859-1' failed");
+}
+
+TEST_F(DefaultEncoding, ReachesTheEscapesToo) {
+  QELIconv::SetDefaultEncoding("no-such-encoding");
+  EXPECT_EQ(MessageOf([] { Convert<wchar_t, char>("\xFF", "UTF-8"); }),
+            "iconv_open from encoding 'no-such-encoding' to 'UTF-32LE' failed");
+}
+
+TEST(QELIconv, ALongInputIsConvertedThroughSeveralPassesOfTheBuffer) {
+  std::string narrow;
+  std::wstring wide;
+  for (int i = 0; narrow.size() < 2 * 1024 * 1024; ++i) {
+    narrow += i % 3 == 0 ? "a" : i % 3 == 1 ? "\xC3\xA9" : "\xF0\x9F\x94\x92";
+    wide += i % 3 == 0 ? L'a' : i % 3 == 1 ? L'\u00e9' : L'\U0001F512';
+  }
+  EXPECT_TRUE((Convert<wchar_t, char>(narrow, "UTF-8") == wide));
+  EXPECT_TRUE((Convert<char, wchar_t>(wide, "", "UTF-8") == narrow));
+}
+
+TEST(QELIconv, AHandlerSeesTheRemainingLengthInBytesWhateverTheSourceType) {
+  std::vector<size_t> seen;
+  const QELIconv::ErrHandler<char16_t, char> note = [&](const char16_t*& position, size_t remaining) {
+    seen.push_back(remaining);
+    ++position;
+    return std::string("?");
+  };
+  EXPECT_EQ((Convert<char, char16_t>(std::u16string{u'a', 0xD800, u'b', 0xDC00, u'c'}, note)), "a?b?c");
+  EXPECT_EQ(seen, (std::vector<size_t>{8, 4}));
+}
+
+TEST(QELIconv, AHandlerMayConsumeSeveralCharacters) {
+  const QELIconv::ErrHandler<char, wchar_t> skipThree = [](const char*& position, size_t) {
+    position += 3;
+    return std::wstring(L"-");
+  };
+  EXPECT_EQ((Convert<wchar_t, char>("a\xFFxxb", skipThree, "UTF-8")), L"a-b");
+  EXPECT_EQ((Convert<wchar_t, char>("a\xFF", skipThree, "UTF-8")), L"a-") << "past the end is the end";
+}
+
+TEST(QELIconv, AnEmptyHandlerThrowsWhenItIsNeeded) {
+  const QELIconv::ErrHandler<char, wchar_t> none;
+  const QELIconv::ErrHandlerFunction<char, wchar_t> null = nullptr;
+  EXPECT_EQ((Convert<wchar_t, char>("a", none)), L"a");
+  EXPECT_THROW((Convert<wchar_t, char>("\xFF", none)), std::bad_function_call);
+  EXPECT_THROW((Convert<wchar_t, char>("\xFF", null)), std::bad_function_call);
+  EXPECT_THROW(QELIconv::MultiByte2WideChar("\xFF", null, "UTF-8"), std::bad_function_call);
+  EXPECT_THROW(QELIconv::MultiByte2WideChar("\xFF", none, "UTF-8"), std::bad_function_call);
+}
+
+TEST(QELIconv, WideToNarrowTakesTheThreeKindsOfHandler) {
+  const std::wstring text = L"a\u00e9";
+  EXPECT_EQ(QELIconv::WideChar2String(text, "ASCII"), "a'\\xe9'");
+  EXPECT_EQ(QELIconv::WideChar2String(text, QELIconv::HandleErrIgnore<wchar_t, char>, "ASCII"), "a");
+  const QELIconv::ErrHandler<wchar_t, char> question = [](const wchar_t*& position, size_t) {
+    ++position;
+    return std::string("?");
+  };
+  EXPECT_EQ(QELIconv::WideChar2String(text, question, "ASCII"), "a?");
+}
+
+TEST(QELIconv, NarrowToWideTakesTheThreeKindsOfHandler) {
+  EXPECT_EQ(QELIconv::MultiByte2WideChar("\xE9", "ISO-8859-1"), L"\u00e9");
+  EXPECT_EQ(QELIconv::MultiByte2WideChar("a\xFF", QELIconv::HandleErrIgnore<char, wchar_t>, "UTF-8"), L"a");
+  const QELIconv::ErrHandler<char, wchar_t> question = [](const char*& position, size_t) {
+    ++position;
+    return std::wstring(L"?");
+  };
+  EXPECT_EQ(QELIconv::MultiByte2WideChar("a\xFF", question, "UTF-8"), L"a?");
+}
+
+TEST(QELIconvHelpers, PointersMayBeNullAndALengthOfZeroMeansUpToTheNul) {
+  using QELIconv::Helpers::MultiByte2WideChar;
+  EXPECT_EQ(MultiByte2WideChar(nullptr, 0, nullptr), L"");
+  EXPECT_EQ(MultiByte2WideChar(nullptr, 5, "UTF-8"), L"");
+  EXPECT_EQ(MultiByte2WideChar("abc", 0, "UTF-8"), L"abc");
+  EXPECT_EQ(MultiByte2WideChar("abc", 2, nullptr), L"ab");
+  EXPECT_EQ(MultiByte2WideChar("a\0b", 3, "UTF-8"), (std::wstring{L'a', L'\0', L'b'}));
+  EXPECT_EQ(MultiByte2WideChar(std::string("\xE9"), "ISO-8859-1"), L"\u00e9");
+  EXPECT_EQ(MultiByte2WideChar(std::string("\xC3\xA9"), nullptr), L"\u00e9");
+  EXPECT_EQ(QELIconv::Helpers::WideChar2String(nullptr, true), "");
+}
+
+TEST(QELIconvHandlers, TheEscapeHasLowerCaseHexadecimalWithoutLeadingZeros) {
+  const auto escape = [](char byte) {
+    const char* position = &byte;
+    return QELIconv::HandleErrEscapeNewCharSafe<char, char>(position, 1);
+  };
+  EXPECT_EQ(escape('\xC3'), "'\\xc3'");
+  EXPECT_EQ(escape('\x0A'), "'\\xa'");
+  EXPECT_EQ(escape('\0'), "'\\x0'");
+  const char32_t largest[] = {0xFFFFFFFF};
+  const char32_t* position = largest;
+  EXPECT_EQ((QELIconv::HandleErrEscapeNewCharSafe<char32_t, char16_t>(position, 4)), u"'\\xffffffff'");
+}
+
+TEST(QELIconvHandlers, ConsumeOneCharacterAndNothingOfAnEmptyRest) {
+  const wchar_t text[] = L"ab";
+  const wchar_t* position = text;
+  EXPECT_EQ((QELIconv::HandleErrEscapeNewCharSafe<wchar_t, char>(position, 0)), "");
+  EXPECT_EQ((QELIconv::HandleErrIgnore<wchar_t, char>(position, 0)), "");
+  EXPECT_EQ(position, text);
+  EXPECT_EQ((QELIconv::HandleErrEscapeNewCharSafe<wchar_t, char>(position, 8)), "'\\x61'");
+  EXPECT_EQ(position, text + 1);
+  EXPECT_EQ((QELIconv::HandleErrIgnore<wchar_t, char>(position, 4)), "");
+  EXPECT_EQ(position, text + 2);
+}
+
+TEST(QELIconvHandlers, TheDefaultOfAPairIsReplacedByAFunctionOrACallableAndNoOtherPairs) {
+  using QELIconv::GetDefaultErrHandler;
+  using QELIconv::SetDefaultErrHandler;
+  const auto previous = GetDefaultErrHandler<wchar_t, char>();
+
+  SetDefaultErrHandler<wchar_t, char>(QELIconv::HandleErrIgnore<wchar_t, char>);
+  EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a");
+  EXPECT_EQ((Convert<char, char32_t>(U"a\u00e9", "", "ASCII")), "a'\\xe9'");
+
+  const QELIconv::ErrHandler<wchar_t, char> star = [](const wchar_t*& position, size_t) {
+    ++position;
+    return std::string("*");
+  };
+  SetDefaultErrHandler<wchar_t, char>(star);
+  EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a*");
+
+  SetDefaultErrHandler<wchar_t, char>(previous);
+  EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a'\\xe9'");
+}
+
+TEST(QELIconvHandlers, EnsuringTheInstantiationsChangesNothing) {
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(Nothing);
+  QELIconv::detail::EnsureTemplateInstantiation();
+  const auto* kept =
+      QELIconv::GetDefaultErrHandler<wchar_t, char>().target<QELIconv::ErrHandlerFunction<wchar_t, char>>();
+  ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(*kept, Nothing);
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(QELIconv::HandleErrEscapeNewCharSafe<wchar_t, char>);
+  EXPECT_EQ(QELIconv::GetDefaultEncoding(), "UTF-8");
+}
+
+}  // namespace
