@@ -1,0 +1,78 @@
+#include "softcard/Beneath.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace SoftCard {
+
+namespace {
+
+CK_FUNCTION_LIST* g_beneath = nullptr;
+std::string g_loadedFrom;
+
+std::string DefaultLibrary() {
+  for (const char* path : {"/usr/lib/softhsm/libsofthsm2.so", QEL_SOFTCARD_MULTIARCH_SOFTHSM})
+    if (std::filesystem::exists(path)) return path;
+  throw std::runtime_error("/usr/lib/softhsm/libsofthsm2.so: no SoftHSM2 here; install the package softhsm2");
+}
+
+void SetEnvironment(const char* name, const std::optional<std::string>& value) {
+  if (value)
+    setenv(name, value->c_str(), 1);
+  else
+    unsetenv(name);
+}
+
+}  // namespace
+
+void LoadBeneath(const State& state) {
+  const auto path = state.library.empty() ? DefaultLibrary() : state.library;
+  if (g_beneath && path == g_loadedFrom) return;
+  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!library) throw std::runtime_error(dlerror());
+  const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(library, "C_GetFunctionList"));
+  CK_FUNCTION_LIST* list = nullptr;
+  if (!getFunctionList || getFunctionList(&list) != CKR_OK || !list)
+    throw std::runtime_error(path + ": gives no PKCS#11 function list");
+  g_beneath = list;
+  g_loadedFrom = path;
+}
+
+CK_FUNCTION_LIST* Beneath() {
+  return g_beneath;
+}
+
+std::string PrepareTokenStore(const std::filesystem::path& directory) {
+  const auto tokens = std::filesystem::absolute(directory / "tokens");
+  const auto configuration = std::filesystem::absolute(directory / "softhsm2.conf");
+  MakePrivateDirectory(tokens);
+  const auto text = "directories.tokendir = " + tokens.string() + "\nobjectstore.backend = file\nlog.level = ERROR\n";
+  WritePrivateFile(configuration, text);
+  return configuration.string();
+}
+
+CK_RV InitializeBeneath(const State& state, void* arguments) {
+  if (state.parameters.empty()) return g_beneath->C_Initialize(arguments);
+  // NSS softoken reads one more pointer after pReserved when that is given, and insists on null there.
+  struct {
+    CK_C_INITIALIZE_ARGS standard;
+    void* after;
+  } extended{};
+  if (arguments) extended.standard = *static_cast<CK_C_INITIALIZE_ARGS*>(arguments);
+  auto parameters = state.parameters;
+  extended.standard.pReserved = parameters.data();
+  return g_beneath->C_Initialize(&extended);
+}
+
+ScopedEnvironment::ScopedEnvironment(const char* name, const std::optional<std::string>& value) : m_name(name) {
+  if (const char* before = std::getenv(name)) m_before = before;
+  SetEnvironment(name, value);
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+  SetEnvironment(m_name, m_before);
+}
+
+}  // namespace SoftCard

@@ -1,0 +1,42 @@
+#ifndef SOFTCARD_BENEATH_H
+#define SOFTCARD_BENEATH_H
+
+#include <optional>
+
+#include "softcard/Pkcs11.h"
+#include "softcard/State.h"
+
+namespace SoftCard {
+
+/// Loads the library beneath that `state` names (SoftHSM2 where the system has it when it names none), unless it is
+/// loaded already. It stays loaded until the process ends.
+/// Throws std::runtime_error, naming the file, when there is none.
+void LoadBeneath(const State& state);
+
+/// The function list of the library beneath; LoadBeneath comes first.
+CK_FUNCTION_LIST* Beneath();
+
+/// Makes what SoftHSM2 needs to keep its tokens below `directory`: a folder and a configuration file.
+/// Returns the configuration file's path. Throws std::runtime_error, naming what could not be made.
+std::string PrepareTokenStore(const std::filesystem::path& directory);
+
+/// C_Initialize of the library beneath. With a parameter string in `state`, the library gets a copy of the arguments
+/// with that string in `pReserved`; otherwise the arguments go on unchanged.
+CK_RV InitializeBeneath(const State& state, void* arguments);
+
+/// An environment variable that has another value, or none, until the end of the scope.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const std::optional<std::string>& value);
+  ~ScopedEnvironment();
+  ScopedEnvironment(const ScopedEnvironment&) = delete;
+  ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+ private:
+  const char* m_name;
+  std::optional<std::string> m_before;
+};
+
+}  // namespace SoftCard
+
+#endif

@@ -1,0 +1,171 @@
+// softcard: makes soft cards and puts them into soft readers.
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+
+#include "softcard/Commands.h"
+#include "softcard/Personalise.h"
+#include "softcard/PinInput.h"
+
+namespace {
+
+using namespace SoftCard;
+
+enum ExitStatus { kDone = 0, kFailed = 1, kUsage = 2, kNotFound = 3 };
+
+constexpr char kDefaultReader[] = "QEL Soft Reader 00";
+
+constexpr char kEpilogue[] = R"(
+Readers and cards are kept in $QEL_SOFTCARD_DIR, else in the build folder.
+
+Examples:
+  softcard init demo --pin-file pin.txt       a card with RSA-2048, RSA-3072, EC P-256 and EC P-384 keys
+  softcard init mine --import key.pem,cert.pem
+  softcard init pad --pin-pad --slot-type 0x80000002 --key p256
+  softcard insert demo                        into the reader "QEL Soft Reader 00"
+  softcard pinpad enter --wait 10             types the PIN at the PIN pad of a login that waits
+  softcard remove
+  softcard trace on calls.txt                 every PKCS#11 call, without PINs, keys and data
+
+Exit status: 0 done; 1 failed; 2 usage; 3 no such card or reader, or no login waits.)";
+
+struct Options {
+  CardOrder order;
+  std::vector<std::string> imports;
+  std::string pinFile;
+  std::string card;
+  std::string reader = kDefaultReader;
+  std::string traceFile;
+  std::string library;
+  std::string parameters;
+  unsigned wait = 0;
+};
+
+/// A card's name is part of file names.
+std::string CheckName(const std::string& name) {
+  const bool plain =
+      name.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.") == std::string::npos;
+  return plain && name.size() <= 28 ? "" : "a card's name is 1 to 28 letters, digits, dots, dashes and underscores";
+}
+
+void AddInit(CLI::App& program, Options& options) {
+  auto* const init = program.add_subcommand("init", "make a card, with keys and certificates on it");
+  auto& order = options.order;
+  init->add_option("CARD", order.card.name, "the new card's name")->required()->check(CheckName);
+  init->add_option("--key", order.generate, "key to generate on the card, repeatable")
+      ->check(CLI::IsMember({"rsa2048", "rsa3072", "rsa4096", "p256", "p384", "p521"}))
+      ->delimiter(',')
+      ->take_all();
+  init->add_option("--import", options.imports,
+                   "KEY.pem or KEY.pem,CERTIFICATE.pem to import, repeatable; the key as PKCS#8. Without a certificate "
+                   "the demo CA issues one")
+      ->expected(1)
+      ->take_all();
+  init->add_option("--pin-file", options.pinFile, "file whose first line is the PIN, - for standard input");
+  init->add_option("--serial", order.card.serial, "serial number, up to 16 characters; the token's own by default")
+      ->check([](const std::string& serial) { return serial.size() <= 16 ? "" : "at most 16 characters"; });
+  init->add_flag("--pin-pad", order.card.pinPad, "the PIN is entered at the reader (softcard pinpad)");
+  init->add_option("--slot-type", order.card.slotType, "what C_GetSlotType answers")->capture_default_str();
+  init->add_option("--slots", order.slots, "tokens on the card, one PKCS#11 slot each; the keys are dealt out in turn")
+      ->check(CLI::Range(1, 16))
+      ->capture_default_str();
+  init->callback([&options] {
+    auto& order = options.order;
+    for (const auto& files : options.imports) {
+      const auto comma = files.find(',');
+      order.import.push_back({files.substr(0, comma), comma == std::string::npos ? "" : files.substr(comma + 1)});
+    }
+    if (order.generate.empty() && order.import.empty()) order.generate = {"rsa2048", "rsa3072", "p256", "p384"};
+    const Pin pin(options.pinFile, "PIN of the new card: ", true);
+    order.pin = pin.Text();
+    Personalise(StateDirectory(), QEL_SOFTCARD_LIBRARY, order);
+    std::cout << "made card " << order.card.name << "; softcard insert " << order.card.name
+              << " puts it into a reader\n";
+  });
+}
+
+void AddReaderCommands(CLI::App& program, Options& options) {
+  auto* const insert = program.add_subcommand("insert", "put a card into a reader");
+  insert->add_option("CARD", options.card)->required();
+  insert->add_option("--reader", options.reader, "the reader's name")->capture_default_str();
+  insert->callback([&] { Insert(StateDirectory(), options.card, options.reader); });
+
+  auto* const remove = program.add_subcommand("remove", "take the card out of a reader");
+  remove->add_option("--reader", options.reader, "the reader's name")->capture_default_str();
+  remove->callback([&] { Remove(StateDirectory(), options.reader); });
+
+  program.add_subcommand("list", "show readers and cards")->callback([] { std::cout << Listing(StateDirectory()); });
+
+  auto* const unlock = program.add_subcommand("unlock", "give a card's PIN its three tries back");
+  unlock->add_option("CARD", options.card)->required();
+  unlock->callback([&] { Unlock(StateDirectory(), options.card); });
+}
+
+void AddPinPad(CLI::App& program, Options& options) {
+  auto* const pinPad = program.add_subcommand("pinpad", "play the PIN pad for a login that waits");
+  pinPad->require_subcommand(1);
+  auto* const enter = pinPad->add_subcommand("enter", "enter the PIN, asked for on the terminal");
+  enter->add_option("--pin-file", options.pinFile, "file whose first line is the PIN, - for standard input");
+  auto* const cancel = pinPad->add_subcommand("cancel", "press the cancel key");
+  for (auto* const command : {enter, cancel}) {
+    command->add_option("--card", options.card, "the card, when several with a PIN pad are inserted");
+    command->add_option("--wait", options.wait, "seconds to wait for a login")->capture_default_str();
+  }
+  enter->callback([&] {
+    const Pin pin(options.pinFile, "PIN: ", false);
+    AnswerWaitingLogin(StateDirectory(), options.card, pin.Text(), std::chrono::seconds(options.wait));
+  });
+  cancel->callback([&] { AnswerWaitingLogin(StateDirectory(), options.card, {}, std::chrono::seconds(options.wait)); });
+}
+
+void AddInstruments(CLI::App& program, Options& options) {
+  auto* const trace = program.add_subcommand("trace", "write down the PKCS#11 calls");
+  trace->require_subcommand(1);
+  auto* const on = trace->add_subcommand("on", "start writing, a line per call");
+  on->add_option("FILE", options.traceFile, "by default trace.txt beside the cards");
+  on->callback([&] {
+    const std::filesystem::path chosen = options.traceFile;
+    const auto file = chosen.empty() ? StateDirectory() / "trace.txt" : chosen;
+    Update(StateDirectory(), [&](State& state) { state.trace = std::filesystem::absolute(file).string(); });
+  });
+  trace->add_subcommand("off", "stop writing")->callback([] {
+    Update(StateDirectory(), [](State& state) { state.trace.clear(); });
+  });
+
+  auto* const beneath = program.add_subcommand("beneath", "choose the PKCS#11 library that does the work");
+  beneath->add_option("--library", options.library, "its path; SoftHSM2 when not given");
+  beneath->add_option("--parameters", options.parameters,
+                      "string handed to its C_Initialize, as NSS softoken wants it");
+  beneath->callback([&] {
+    Update(StateDirectory(), [&](State& state) {
+      state.library = options.library;
+      state.parameters = options.parameters;
+    });
+  });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App program("Soft cards for development, demonstration and tests. They protect nothing.", "softcard");
+  program.footer(kEpilogue);
+  program.require_subcommand(1);
+  Options options;
+  AddInit(program, options);
+  AddReaderCommands(program, options);
+  AddPinPad(program, options);
+  AddInstruments(program, options);
+  try {
+    program.parse(argc, argv);
+    return kDone;
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? kDone : kUsage;
+  } catch (const NotFound& error) {
+    std::cerr << "softcard: " << error.what() << "\n";
+    return kNotFound;
+  } catch (const std::exception& error) {
+    std::cerr << "softcard: " << error.what() << "\n";
+    return kFailed;
+  }
+}

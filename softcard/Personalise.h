@@ -1,0 +1,30 @@
+#ifndef SOFTCARD_PERSONALISE_H
+#define SOFTCARD_PERSONALISE_H
+
+#include "softcard/State.h"
+
+namespace SoftCard {
+
+/// A key that comes from files.
+struct ImportedKey {
+  std::filesystem::path key;
+  std::filesystem::path certificate;  ///< Empty: the demo CA issues one.
+};
+
+struct CardOrder {
+  Card card;  ///< Its tokens are filled in here.
+  size_t slots = 1;
+  std::string pin;
+  std::vector<std::string> generate;  ///< Key types, as GenerateKeyPair has them.
+  std::vector<ImportedKey> import;
+};
+
+/// Makes a card's tokens through the PKCS#11 `library` and writes keys and certificates on them; the keys are dealt
+/// out to the slots in turn, and each slot gets the demo CA's certificate with the authority category. Enters the
+/// card in the state, in no reader.
+/// Throws std::runtime_error, naming what failed; the state then knows nothing of the card.
+void Personalise(const std::filesystem::path& directory, const std::string& library, CardOrder order);
+
+}  // namespace SoftCard
+
+#endif
