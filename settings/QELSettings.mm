@@ -26,7 +26,10 @@ std::string UserFilePath() {
 int log_iniparser_error(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  NSLogv([NSString stringWithUTF8String:format], arguments);
+  NSString *text = [NSString stringWithUTF8String:format];
+  if (text != nil) {
+    NSLogv(text, arguments);
+  }
   va_end(arguments);
   return 0;
 }

@@ -17,6 +17,6 @@ QELRegistration QELRegistrationOfExtension(NSString *identifier) {
 }
 
 NSString *QELContainedExtensionIdentifier(void) {
-  NSURL *plugIns = [[NSBundle mainBundle] builtInPlugInsURL];
-  return [[NSBundle bundleWithURL:[plugIns URLByAppendingPathComponent:@"QELToken.appex"]] bundleIdentifier];
+  NSURL *extension = [[[NSBundle mainBundle] builtInPlugInsURL] URLByAppendingPathComponent:@"QELToken.appex"];
+  return extension == nil ? nil : [[NSBundle bundleWithURL:extension] bundleIdentifier];
 }

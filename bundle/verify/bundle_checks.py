@@ -213,15 +213,15 @@ def layout_defects(piece):
         yield f"{piece.label}: Contents/MacOS/QELToken is not executable"
 
 
-def all_defects(folder, sources, complete):
-    """Every defect of the app in `folder`; `sources` is the tree that it was built from; `complete`: ready to be signed."""
+def all_defects(folder, sources, complete, sdk):
+    """Every defect of the app in `folder`, built from the tree `sources`; `complete`: ready to be signed; `sdk` or None."""
     app = Piece(folder, "app")
     extension = Piece(pathlib.Path(folder) / "Contents" / "PlugIns" / "QELToken.appex", "extension")
     for piece, package_type in ((app, "APPL"), (extension, "XPC!")):
         yield from layout_defects(piece)
         yield from piece.defects
         yield from plist_defects(piece, package_type)
-        yield from image_defects(piece, sources, PROCESSORS, MINIMUM_SYSTEM)
+        yield from image_defects(piece, sources, PROCESSORS, MINIMUM_SYSTEM, sdk)
     yield from extension_plist_defects(app, extension)
     yield from entitlement_defects(app, extension)
     yield from signature_defects(app, extension)

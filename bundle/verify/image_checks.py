@@ -1,6 +1,7 @@
 """What must hold of the two executables: processors, entry, what they import, what they register, what they reveal."""
 
 import fnmatch
+import functools
 import pathlib
 import re
 
@@ -15,13 +16,23 @@ def allowed_imports():
     """{library: patterns of symbols} from imports.txt: what a public header declares and an extension may call."""
     allowed, library = {}, None
     for line in (HERE / "imports.txt").read_text().splitlines():
-        line = line.split("#")[0].rstrip()
+        line = re.sub(r"(^|\s)#.*", "", line).rstrip()
         if line and not line.startswith(" "):
             library = line
             allowed[library] = []
         elif line:
             allowed[library] += line.split()
     return allowed
+
+
+@functools.lru_cache(maxsize=None)
+def publicly_declared(symbol, library, sdk):
+    """Whether a public header of the SDK names the symbol: the framework's headers, or usr/include for the C libraries."""
+    framework = re.match(r"/System/Library/Frameworks/\w+\.framework", library)
+    folder = pathlib.Path(str(sdk) + framework.group(0), "Headers") if framework else pathlib.Path(sdk, "usr/include")
+    name = re.sub(r"^_(OBJC_(META)?CLASS_\$_)?", "", symbol)
+    word = re.compile(rb"\b" + re.escape(name.encode()) + rb"\b")
+    return any(word.search(header.read_bytes()) for header in sorted(folder.rglob("*.h")) if header.is_file())
 
 
 def registered_names(sources):
@@ -40,14 +51,15 @@ def registered_names(sources):
     return classes, {category for name, category in categories if name not in classes}
 
 
-def _import_defects(where, image, app, allowed):
+def _import_defects(where, image, app, allowed, sdk):
     for library in image.libraries:
         if library not in allowed:
             yield f"{where}: links {library}; only the system's libraries in bundle/verify/imports.txt are linked"
     for symbol, library in image.imports():
         if library is None:
             yield f"{where}: {symbol} is looked up in every library instead of one"
-        elif library in allowed and not any(fnmatch.fnmatchcase(symbol, p) for p in allowed[library]):
+        elif library in allowed and not any(fnmatch.fnmatchcase(symbol, p) for p in allowed[library]) and \
+                not (sdk and publicly_declared(symbol, library, sdk)):
             yield f"{where}: imports {symbol}, which bundle/verify/imports.txt does not list as public"
     for selector in sorted(image.selectors):
         if selector.startswith("_"):
@@ -78,7 +90,7 @@ def _revealing_defects(where, image, sources):
         yield f"{where}: not stripped, {debugging} debugging and {local} local symbols"
 
 
-def image_defects(piece, sources, processors, minimum_system):
+def image_defects(piece, sources, processors, minimum_system, sdk):
     """The defects of one bundle's executable. Yields nothing more when it cannot be read at all."""
     if not piece.images:
         return
@@ -94,7 +106,7 @@ def image_defects(piece, sources, processors, minimum_system):
     for processor, image in sorted(piece.images.items()):
         where = f"{piece.label}: {processor}"
         yield from _kind_defects(where, image, app, minimum_system)
-        yield from _import_defects(where, image, app, allowed)
+        yield from _import_defects(where, image, app, allowed, sdk)
         yield from _revealing_defects(where, image, sources)
         if not app:
             for name in sorted(classes - image.classes):
