@@ -21,7 +21,7 @@ set_target_properties(QELTokenApp PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${app}/Mac
 target_link_libraries(QELTokenApp PRIVATE qel_options qel_foundation objc "-framework CoreFoundation" "-framework AppKit")
 
 # The debug map names the object files and their times. Without the build folder and the times two builds of the same
-# sources are the same bytes, wherever they are made.
+# sources are the same bytes, wherever they are made. (The presets keep ccache out: it may rewrite the paths.)
 find_program(QEL_DSYMUTIL dsymutil REQUIRED)
 file(REAL_PATH ${PROJECT_BINARY_DIR} real_build)
 set(path "$ENV{PATH}")

@@ -6,7 +6,8 @@ set(QEL_INIPARSER_SOURCE "$ENV{QEL_INIPARSER_SOURCE}" CACHE PATH "Folder of inip
 function(qel_iniparser_from_sources folder)
   add_library(iniparser STATIC ${folder}/src/iniparser.c ${folder}/src/dictionary.c)
   target_include_directories(iniparser SYSTEM INTERFACE ${folder}/src)
-  target_compile_options(iniparser PRIVATE -w)
+  target_compile_options(iniparser PRIVATE -w
+    -ffile-prefix-map=${folder}=iniparser -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
   add_library(Iniparser::Iniparser ALIAS iniparser)
 endfunction()
 
