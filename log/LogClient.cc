@@ -1,6 +1,7 @@
 #include "log/LogClient.h"
 
 #include <cwchar>
+#include <iterator>
 #include <string>
 
 #include "log/InstalledInterface.h"

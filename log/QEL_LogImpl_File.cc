@@ -2,18 +2,45 @@
 
 #include <sys/time.h>
 
-#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <cwchar>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 #include "util/QELUtils.h"
+
+namespace {
+
+/// Converts to the encoding of the process's locale; a character that it lacks becomes a question mark.
+std::string InLocaleEncoding(const std::wstring& text) {
+  std::string bytes(text.size() * MB_CUR_MAX, '\0');
+  const wchar_t* source = text.c_str();
+  std::mbstate_t state{};
+  size_t size = std::wcsrtombs(bytes.data(), &source, bytes.size(), &state);
+  if (size == static_cast<size_t>(-1)) {
+    size = 0;
+    state = {};
+    for (const wchar_t character : text) {
+      const size_t added = std::wcrtomb(&bytes[size], character, &state);
+      if (added == static_cast<size_t>(-1)) {
+        bytes[size++] = '?';
+        state = {};
+      } else {
+        size += added;
+      }
+    }
+  }
+  bytes.resize(size);
+  return bytes;
+}
+
+}  // namespace
 
 struct QEL_LogImpl_File::Provider {
   std::mutex mutex;  // the configuration, and every line from opening the file to closing it
@@ -53,17 +80,22 @@ void QEL_LogImpl_File::Write(LogLevel level, const wchar_t* message) const {
   gettimeofday(&now, nullptr);
 
   const std::lock_guard<std::mutex> lock(TheProvider().mutex);
-  // Room for the whole line, in wide characters as in the locale's, so that closing the file is what writes.
-  constexpr size_t kPrefixSize = 128;
-  const size_t characters = kPrefixSize + m_name.size() + std::wcslen(message);
-  std::vector<char> buffer(characters * std::max<size_t>(sizeof(wchar_t), MB_CUR_MAX));
+  const std::string line = InLocaleEncoding(Format(now, level, message));
+  std::vector<char> buffer(line.size() + 1);
   const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(m_path.c_str(), "at"), std::fclose);
   if (!file) return;
-
+  // The line fits into the buffer, so closing the file writes it, at once.
   std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size());
+  std::fwrite(line.data(), 1, line.size(), file.get());
+}
+
+std::wstring QEL_LogImpl_File::Format(const timeval& now, LogLevel level, const wchar_t* message) const {
   const tm& time = *std::localtime(&now.tv_sec);  // one buffer for the process: read under the mutex
-  std::fwprintf(file.get(), L"%04i-%02i-%02i %02i:%02i:%02i,%03i [%d-%lld] %-5s %ls - %ls\n",  //
+  wchar_t head[128];
+  std::swprintf(head, std::size(head), L"%04i-%02i-%02i %02i:%02i:%02i,%03i [%d-%lld] %-5s ",  //
                 time.tm_year + 1900, time.tm_mon + 1, time.tm_mday, time.tm_hour, time.tm_min, time.tm_sec,
                 static_cast<int>(now.tv_usec / 1000), static_cast<int>(QELUtils::getpid()),
-                static_cast<long long>(QELUtils::gettid()), LogProviderLevelName(level), m_name.c_str(), message);
+                static_cast<long long>(QELUtils::gettid()), LogProviderLevelName(level));
+  // Name and message are not formatted: some systems' wide printf refuses what the locale lacks.
+  return head + m_name + L" - " + message + L"\n";
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/time.h>
+
 #include <cstdint>
 #include <string>
 
@@ -16,7 +18,8 @@ class QEL_LogImpl_File : public LogRecord<QEL_LogImpl_File, kLogFileRecordMagic>
   using LogLevel = int;  ///< 0 off, 1 fatal, 2 error, 3 warning, 4 info, 5 debug
 
   /// Sets path and level of loggers made later; existing ones keep theirs. Unless the level is 0, also
-  /// sets the process's locale, for all categories, whose encoding the file gets; "" is the environment's.
+  /// sets the process's locale, for all categories, whose encoding the file gets; "" is the environment's. A character
+  /// that the encoding lacks is written as a question mark.
   static void Configure(const char* path, LogLevel level, const char* locale);
 
   /// Fills `target` with this provider's functions; a null pointer is ignored.
@@ -41,6 +44,9 @@ class QEL_LogImpl_File : public LogRecord<QEL_LogImpl_File, kLogFileRecordMagic>
   /// Returns both, as one Configure set them.
   static Configuration CurrentConfiguration();
   QEL_LogImpl_File(Configuration configuration, const wchar_t* name);
+
+  /// Returns the line. Under the provider's mutex only.
+  std::wstring Format(const timeval& now, LogLevel level, const wchar_t* message) const;
 
   std::string m_path;
   std::wstring m_name;
