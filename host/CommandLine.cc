@@ -1,0 +1,138 @@
+#include "host/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <filesystem>
+
+#include "host/Commands.h"
+#include "host/Failure.h"
+#include "host/SignatureNames.h"
+#include "platform/wire/Hex.h"
+
+namespace Host {
+namespace {
+
+/// build/PRESET/QELToken.appex for build/PRESET/bin/ctkhost.
+std::string BundleBesideThisProgram() {
+  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  return program.parent_path().parent_path() / "QELToken.appex";
+}
+
+/// The command line and what it was read into.
+class CommandLine {
+ public:
+  CommandLine() {
+    m_app.require_subcommand(1);
+    m_app.fallthrough();
+    m_app.footer(
+        "Exit status: 0 done, 1 failure, 2 usage, 3 no reader, card or token, 4 no such key or not supported,\n"
+        "5 wrong or locked PIN, 6 cancelled.\n"
+        "ID is an item's identifier in hexadecimal, as 'list' prints it, or its label.");
+    AddOptions();
+    AddSimple("readers", "Show the readers", ShowReaders);
+    AddSimple("list", "List the certificates and keys on the cards", ListItems);
+    AddSimple("watch", "Tell of tokens as cards come and go, until interrupted", Watch);
+    AddSign();
+    AddDecrypt();
+    AddAgree();
+    AddExport();
+  }
+
+  CLI::App& App() { return m_app; }
+
+ private:
+  void AddOptions() {
+    m_options.extension = BundleBesideThisProgram();
+    m_app.add_option("--extension", m_options.extension, "The extension's bundle")->type_name("BUNDLE");
+    m_app.add_option("--pin-file", m_options.pinFile, "Take the PIN from FILE's first line ('-': standard input)")
+        ->type_name("FILE");
+    m_app.add_option("--reader", m_options.reader, "Only the card in this reader")->type_name("NAME");
+    m_app.add_flag("--json", m_options.json, "Print for programs");
+    m_app.add_flag("-v,--verbose", m_options.verbose, "Show each request to the extension and its outcome");
+    m_app
+        .add_option_function<int>(
+            "--timeout", [this](int seconds) { m_options.timeout = std::chrono::seconds(seconds); },
+            "How long the extension may take for one answer (60)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, 3600));
+  }
+
+  void AddSimple(const char* name, const char* help, void (*run)(const Options&)) {
+    m_app.add_subcommand(name, help)->callback([this, run] { run(m_options); });
+  }
+
+  void AddSign() {
+    CLI::App* command = m_app.add_subcommand("sign", "Sign a file");
+    AddText(command, "--key", m_sign.key, "ID", "The key that signs");
+    AddText(command, "--algorithm", m_sign.algorithm, "NAME", "How")->check(CLI::IsMember(SignatureNames()));
+    AddText(command, "--in", m_sign.in, "FILE", "The message");
+    AddText(command, "--out", m_sign.out, "FILE", "The signature");
+    command->callback([this] { Sign(m_options, m_sign); });
+  }
+
+  void AddDecrypt() {
+    CLI::App* command = m_app.add_subcommand("decrypt", "Decrypt what was encrypted with RSA PKCS#1 v1.5");
+    AddText(command, "--key", m_decrypt.key, "ID", "The key that decrypts");
+    AddText(command, "--in", m_decrypt.in, "FILE", "The ciphertext");
+    AddText(command, "--out", m_decrypt.out, "FILE", "The plaintext");
+    command->callback([this] { Decrypt(m_options, m_decrypt); });
+  }
+
+  void AddAgree() {
+    CLI::App* command = m_app.add_subcommand("agree", "Agree a secret, with the X9.63 derivation over SHA-1");
+    AddText(command, "--key", m_agree.key, "ID", "The key on the card");
+    AddText(command, "--peer", m_agree.peer, "PUBLIC.pem", "The other party's public key");
+    command->add_option("--size", m_agree.size, "Length of the secret in bytes")
+        ->type_name("N")
+        ->required()
+        ->check(CLI::Range(1, 65536));
+    command
+        ->add_option_function<std::string>(
+            "--shared-info",
+            [this](const std::string& hex) {
+              m_agree.sharedInfo = Wire::FromHex(hex);
+              if (!m_agree.sharedInfo) throw CLI::ValidationError("--shared-info", "not hexadecimal: " + hex);
+            },
+            "What both parties know, in hexadecimal")
+        ->type_name("HEX");
+    AddText(command, "--out", m_agree.out, "FILE", "The secret");
+    command->callback([this] { Agree(m_options, m_agree); });
+  }
+
+  void AddExport() {
+    CLI::App* command = m_app.add_subcommand("export", "Write a certificate as PEM");
+    AddText(command, "--certificate", m_export.certificate, "ID", "The certificate");
+    AddText(command, "--out", m_export.out, "FILE", "Where to");
+    command->callback([this] { Export(m_options, m_export); });
+  }
+
+  static CLI::Option* AddText(CLI::App* command, const char* name, std::string& value, const char* type,
+                              const char* help) {
+    return command->add_option(name, value, help)->type_name(type)->required();
+  }
+
+  CLI::App m_app{"Plays the smart-card service: asks the extension what applications ask of a card's keys.", "ctkhost"};
+  Options m_options;
+  SignArguments m_sign;
+  DecryptArguments m_decrypt;
+  AgreeArguments m_agree;
+  ExportArguments m_export;
+};
+
+}  // namespace
+
+int RunCommandLine(int argc, char** argv) {
+  CommandLine line;
+  try {
+    line.App().parse(argc, argv);
+    return static_cast<int>(ExitStatus::Done);
+  } catch (const CLI::ParseError& problem) {
+    const bool isHelp = line.App().exit(problem) == 0;
+    return static_cast<int>(isHelp ? ExitStatus::Done : ExitStatus::Usage);
+  } catch (const Failure& failure) {
+    std::fprintf(stderr, "ctkhost: %s\n", failure.what());
+    return static_cast<int>(failure.Status());
+  }
+}
+
+}  // namespace Host

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "platform/wire/Client.h"
+
+namespace Host {
+
+/// What every command takes.
+struct Options {
+  std::string extension;  ///< bundle
+  std::string pinFile;    ///< "-": standard input; empty: the terminal
+  std::string reader;     ///< only this one; empty: all
+  bool json = false;
+  bool verbose = false;
+  std::chrono::seconds timeout{60};
+};
+
+struct SignArguments {
+  std::string key, algorithm, in, out;
+};
+
+struct DecryptArguments {
+  std::string key, in, out;
+};
+
+struct AgreeArguments {
+  std::string key, peer, out;
+  int64_t size = 0;  ///< bytes
+  std::optional<Wire::Bytes> sharedInfo;
+};
+
+struct ExportArguments {
+  std::string certificate, out;
+};
+
+/// Each prints its result to standard output and throws Failure.
+void ShowReaders(const Options& options);
+void ListItems(const Options& options);
+void Sign(const Options& options, const SignArguments& arguments);
+void Decrypt(const Options& options, const DecryptArguments& arguments);
+void Agree(const Options& options, const AgreeArguments& arguments);
+void Export(const Options& options, const ExportArguments& arguments);
+
+/// Tells of tokens as cards come and go, until it is interrupted. A token that fails is told of and costs nothing else.
+void Watch(const Options& options);
+
+}  // namespace Host

@@ -1,0 +1,155 @@
+#include "host/ExtensionProcess.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <thread>
+
+namespace Host {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr int kExtensionSocket = 3;
+constexpr milliseconds kPatienceAtEnd{5000};
+constexpr milliseconds kPatienceAfterCrash{500};
+constexpr char kNextRequest[] = "; the next request starts it again";
+
+/// What the child gets: nothing to read, the host's standard error for both outputs, the socket, no other descriptor.
+class ChildDescriptors {
+ public:
+  explicit ChildDescriptors(int socket) {
+    posix_spawn_file_actions_init(&m_actions);
+    posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&m_actions, STDERR_FILENO, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&m_actions, socket, kExtensionSocket);
+    posix_spawn_file_actions_addclosefrom_np(&m_actions, kExtensionSocket + 1);
+  }
+  ~ChildDescriptors() { posix_spawn_file_actions_destroy(&m_actions); }
+  ChildDescriptors(const ChildDescriptors&) = delete;
+  ChildDescriptors& operator=(const ChildDescriptors&) = delete;
+  const posix_spawn_file_actions_t* Actions() const { return &m_actions; }
+
+ private:
+  posix_spawn_file_actions_t m_actions;
+};
+
+/// Whether the child ended within `patience`; `status` is then its wait status.
+bool EndedWithin(pid_t process, milliseconds patience, int* status) {
+  constexpr milliseconds kStep{2};
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (waitpid(process, status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(kStep);
+  }
+  return true;
+}
+
+std::string EndOf(int status) {
+  if (WIFSIGNALED(status))
+    return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
+  return "ended with status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+std::string OutcomeOf(const Wire::Answer<bool>& answer) {
+  return answer ? (*answer ? "yes" : "no") : Describe(answer.error);
+}
+
+std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer) {
+  return answer ? std::to_string(answer->size()) + " bytes" : Describe(answer.error);
+}
+
+ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer)
+    : m_executable((bundle.has_filename() ? bundle : bundle.parent_path()) / "Contents/MacOS"),
+      m_timeout(timeout),
+      m_observer(std::move(observer)) {
+  m_executable /= (bundle.has_filename() ? bundle : bundle.parent_path()).stem();
+}
+
+ExtensionProcess::~ExtensionProcess() {
+  if (IsRunning()) End(kPatienceAtEnd);
+}
+
+void ExtensionProcess::Note(const std::string& line) const {
+  if (m_observer) m_observer(line);
+}
+
+void ExtensionProcess::Start() {
+  int status = 0;
+  // One that died between two requests costs none.
+  if (IsRunning() && waitpid(m_process, &status, WNOHANG) == m_process) {
+    Note("the extension " + EndOf(status));
+    m_channel.reset();
+    m_process = 0;
+  }
+  if (IsRunning()) return;
+  Spawn();
+  ++m_run;
+  Note("started the extension, process " + std::to_string(m_process));
+  Greet();
+}
+
+void ExtensionProcess::Spawn() {
+  int sockets[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
+    throw Failure(ExitStatus::Failed, std::string("no socket for the extension: ") + std::strerror(errno));
+  m_channel = std::make_unique<Wire::Channel>(sockets[0], m_timeout);
+
+  // What an extension prints for diagnosis goes to the system's log there, not into the host's messages.
+  const std::string program = m_executable.string();
+  const std::string socket = "--host-socket=" + std::to_string(kExtensionSocket);
+  const char* arguments[] = {program.c_str(), socket.c_str(), "-GSLogSyslog", "YES", nullptr};
+  const int result = posix_spawn(&m_process, program.c_str(), ChildDescriptors(sockets[1]).Actions(), nullptr,
+                                 const_cast<char* const*>(arguments), environ);
+  close(sockets[1]);
+  if (result != 0) {
+    m_channel.reset();
+    m_process = 0;
+    throw Failure(ExitStatus::Failed, "the extension cannot be started: " + program + ": " + std::strerror(result) +
+                                          "; --extension names its bundle");
+  }
+}
+
+void ExtensionProcess::Greet() {
+  const auto greeting = Observed("hello", [](Wire::Client& client) { return client.Hello(); });
+  if (greeting && greeting->version == Wire::ProtocolVersion) return;
+  End(kPatienceAfterCrash);
+  throw Failure(ExitStatus::Failed, greeting ? "the extension was built for another host; build both again"
+                                             : "the extension refused the greeting (" + Describe(greeting.error) + ")");
+}
+
+Failure ExtensionProcess::Lost(const std::string& what, const Wire::ProtocolError& problem) {
+  using Kind = Wire::ProtocolError::Kind;
+  std::string text;
+  if (problem.kind() == Kind::TimedOut) {
+    End(milliseconds(0));
+    text = "the extension did not answer in " + std::to_string(m_timeout.count()) + " ms and was ended";
+  } else if (problem.kind() == Kind::Closed || problem.kind() == Kind::Truncated) {
+    text = "the extension " + EndOf(End(kPatienceAfterCrash));
+  } else {
+    End(milliseconds(0));
+    text = std::string("the extension's answer is not understood (") + problem.what() + ") and it was ended";
+  }
+  Note("<- " + text);
+  return {ExitStatus::Failed, what + " failed: " + text + kNextRequest};
+}
+
+int ExtensionProcess::End(milliseconds patience) {
+  m_channel.reset();
+  int status = 0;
+  if (!EndedWithin(m_process, patience, &status)) {
+    kill(m_process, SIGKILL);
+    waitpid(m_process, &status, 0);
+  }
+  m_process = 0;
+  return status;
+}
+
+}  // namespace Host

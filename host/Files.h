@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "platform/wire/Client.h"
+
+namespace Host {
+
+enum class Secrecy { Public, Private };
+
+/// The whole file. Throws Failure, naming it.
+Wire::Bytes ReadWholeFile(const std::string& path);
+
+/// Writes `bytes` beside `path` first and then takes its place, so that a failure leaves no file and no half of one.
+/// Private: only the owner may read it. A path that is no regular file, such as a pipe, is written directly.
+/// Throws Failure, naming it.
+void WriteWholeFile(const std::string& path, const Wire::Bytes& bytes, Secrecy secrecy);
+
+}  // namespace Host

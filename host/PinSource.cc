@@ -1,0 +1,74 @@
+#include "host/PinSource.h"
+
+#include <fcntl.h>
+#include <openssl/ui.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "host/Failure.h"
+#include "softcard/State.h"
+
+namespace Host {
+namespace {
+
+constexpr size_t kLongestPin = 1023;
+
+std::string Prompt(std::optional<int> triesLeft) {
+  const bool runningOut = triesLeft && *triesLeft < SoftCard::kPinTries;
+  return runningOut ? "PIN (tries left: " + std::to_string(*triesLeft) + "): " : "PIN: ";
+}
+
+Wire::Attachment AskOnTerminal(const std::string& prompt) {
+  const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (terminal < 0) throw Failure(ExitStatus::Failed, "no terminal to ask for the PIN on; use --pin-file FILE");
+  close(terminal);
+  Wire::Attachment pin(kLongestPin + 1);
+  auto* text = reinterpret_cast<char*>(pin.data());
+  const int result = UI_UTIL_read_pw_string(text, static_cast<int>(pin.size()), prompt.c_str(), 0);
+  if (result == -2) throw Failure(ExitStatus::Cancelled, "PIN entry was cancelled; run the command again");
+  if (result != 0)
+    throw Failure(ExitStatus::Failed, "the PIN could not be read from the terminal; use --pin-file FILE");
+  pin.Shorten(std::strlen(text));
+  return pin;
+}
+
+/// Fills `buffer` from `descriptor` up to the end or until it is full. Returns the number of bytes, or -1.
+ssize_t ReadUpTo(int descriptor, Wire::Attachment& buffer) {
+  size_t filled = 0;
+  while (filled < buffer.size()) {
+    const ssize_t got = read(descriptor, buffer.data() + filled, buffer.size() - filled);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return -1;
+    if (got == 0) break;
+    filled += static_cast<size_t>(got);
+  }
+  return static_cast<ssize_t>(filled);
+}
+
+}  // namespace
+
+Wire::Attachment PinSource::Read(std::optional<int> triesLeft) const {
+  return m_file.empty() ? AskOnTerminal(Prompt(triesLeft)) : ReadFile();
+}
+
+Wire::Attachment PinSource::ReadFile() const {
+  const bool standardInput = m_file == "-";
+  const int descriptor = standardInput ? STDIN_FILENO : open(m_file.c_str(), O_RDONLY | O_CLOEXEC);
+  Wire::Attachment pin(kLongestPin + 1);
+  const ssize_t length = descriptor < 0 ? -1 : ReadUpTo(descriptor, pin);
+  const std::string reason = std::strerror(errno);
+  if (descriptor >= 0 && !standardInput) close(descriptor);
+  if (length < 0) throw Failure(ExitStatus::Failed, "the PIN file " + m_file + " cannot be read: " + reason);
+  const uint8_t* end = std::find(pin.data(), pin.data() + length, '\n');
+  if (end > pin.data() && end[-1] == '\r') --end;
+  const auto pinLength = static_cast<size_t>(end - pin.data());
+  if (pinLength > kLongestPin)
+    throw Failure(ExitStatus::Failed, "the first line of " + m_file + " is too long for a PIN");
+  pin.Shorten(pinLength);
+  return pin;
+}
+
+}  // namespace Host

@@ -1,0 +1,46 @@
+#include "host/Service.h"
+
+#include <cstdio>
+
+namespace Host {
+namespace {
+
+void TellOnStandardError(const std::string& line) {
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+}  // namespace
+
+ExtensionProcess MakeProcess(const Options& options) {
+  return ExtensionProcess(options.extension, options.timeout, options.verbose ? TellOnStandardError : Observer());
+}
+
+std::vector<Reader> ChosenReaders(const Options& options) {
+  std::vector<Reader> chosen;
+  for (Reader& reader : Readers())
+    if (options.reader.empty() || reader.name == options.reader) chosen.push_back(std::move(reader));
+  if (!chosen.empty()) return chosen;
+  throw Failure(ExitStatus::NoToken,
+                options.reader.empty() ? "no reader; 'softcard init' makes one"
+                                       : "no reader is called '" + options.reader + "'; 'ctkhost readers' shows them");
+}
+
+CardTokens OpenTokens(const Options& options, ExtensionProcess& process) {
+  CardTokens tokens;
+  std::vector<Failure> failures;
+  for (const Reader& reader : ChosenReaders(options)) {
+    if (!reader.hasCard) continue;
+    try {
+      tokens.push_back(std::make_unique<CardToken>(process, reader.name));
+    } catch (const Failure& failure) {
+      failures.push_back(failure);
+    }
+  }
+  if (tokens.empty() && failures.empty())
+    throw Failure(ExitStatus::NoToken, "no card in a reader; insert one ('softcard insert')");
+  if (tokens.empty()) throw failures.front();
+  for (const Failure& failure : failures) TellOnStandardError(std::string("ctkhost: ") + failure.what());
+  return tokens;
+}
+
+}  // namespace Host

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+#include "host/Commands.h"
+#include "host/ItemLookup.h"
+#include "host/Readers.h"
+
+namespace Host {
+
+/// The extension of a command's options; requests and outcomes go to standard error when the command is verbose.
+ExtensionProcess MakeProcess(const Options& options);
+
+/// The readers that the command looks at. Throws Failure (no token) when there are none.
+std::vector<Reader> ChosenReaders(const Options& options);
+
+/// The tokens of all cards in the chosen readers. A card that gives no token is told of on standard error when others
+/// do. Throws Failure (no token) when there are none.
+CardTokens OpenTokens(const Options& options, ExtensionProcess& process);
+
+}  // namespace Host
