@@ -4,18 +4,12 @@ set(appex ${PROJECT_BINARY_DIR}/QELToken.appex/Contents)
 qel_extension_plist(${appex}/Info.plist)
 
 # platform/ supplies the entry; the classes are found by name in the runtime's tables, so nothing need be exported.
-if(TARGET qel_extension_main)
-  target_link_libraries(QELToken PRIVATE qel_extension_main)
-  set_target_properties(QELToken PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${appex}/MacOS LINKER_LANGUAGE CXX)
-else()
-  set_target_properties(QELToken PROPERTIES EXCLUDE_FROM_ALL ON)
-endif()
+target_link_libraries(QELToken PRIVATE qel_extension_main)
+set_target_properties(QELToken PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${appex}/MacOS LINKER_LANGUAGE CXX)
 
-if(TARGET QELTarnwellPkcs11)
-  set(library ${appex}/Frameworks/libQELTarnwellPkcs11.dylib)
-  add_custom_command(OUTPUT ${library}
-    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:QELTarnwellPkcs11> ${library}
-    DEPENDS QELTarnwellPkcs11 COMMENT "Placing the soft card in the bundle" VERBATIM)
-  add_custom_target(qel_bundled_library ALL DEPENDS ${library})
-  add_dependencies(QELToken qel_bundled_library)
-endif()
+set(library ${appex}/Frameworks/libQELTarnwellPkcs11.dylib)
+add_custom_command(OUTPUT ${library}
+  COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:QELTarnwellPkcs11> ${library}
+  DEPENDS QELTarnwellPkcs11 COMMENT "Placing the soft card in the bundle" VERBATIM)
+add_custom_target(qel_bundled_library ALL DEPENDS ${library})
+add_dependencies(QELToken qel_bundled_library)
