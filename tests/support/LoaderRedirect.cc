@@ -16,6 +16,9 @@ std::vector<std::string>& Paths() {
   return paths;
 }
 
+int s_latestFlags = 0;
+bool s_silent = false;
+
 }  // namespace
 
 LoaderRedirect::LoaderRedirect(std::string part, std::string target) {
@@ -30,15 +33,34 @@ const std::vector<std::string>& LoadedPaths() {
   return Paths();
 }
 
-// The test program's definition wins over the system's and forwards to it.
+int FlagsOfLatestLoad() {
+  return s_latestFlags;
+}
+
+SilentLoader::SilentLoader() {
+  s_silent = true;
+}
+
+SilentLoader::~SilentLoader() {
+  s_silent = false;
+}
+
+// The test program's definitions win over the system's and forward to them.
 extern "C" void* dlopen(const char* path, int flags) {
   using DlopenFn = void* (*)(const char*, int);
   static const auto real = reinterpret_cast<DlopenFn>(dlsym(RTLD_NEXT, "dlopen"));
   if (path == nullptr) return real(path, flags);
   Paths().emplace_back(path);
+  s_latestFlags = flags;
   for (auto redirect = Redirects().rbegin(); redirect != Redirects().rend(); ++redirect) {
     if (std::string(path).find(redirect->first) == std::string::npos) continue;
     return real(redirect->second.empty() ? "/nonexistent" : redirect->second.c_str(), flags);
   }
   return real(path, flags);
+}
+
+extern "C" char* dlerror() {
+  using DlerrorFn = char* (*)();
+  static const auto real = reinterpret_cast<DlerrorFn>(dlsym(RTLD_NEXT, "dlerror"));
+  return s_silent ? nullptr : real();
 }

@@ -15,3 +15,15 @@ class LoaderRedirect {
 
 /// Every path that dlopen was asked for in this process, in order.
 const std::vector<std::string>& LoadedPaths();
+
+/// The flags of the latest dlopen call.
+int FlagsOfLatestLoad();
+
+/// While it lives, dlerror has nothing to say.
+class SilentLoader {
+ public:
+  SilentLoader();
+  ~SilentLoader();
+  SilentLoader(const SilentLoader&) = delete;
+  SilentLoader& operator=(const SilentLoader&) = delete;
+};

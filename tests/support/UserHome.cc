@@ -8,12 +8,6 @@
 #include <fstream>
 #include <iterator>
 
-namespace {
-
-std::string s_home;
-
-}  // namespace
-
 UserHome::UserHome() {
   std::string path = (std::filesystem::temp_directory_path() / "qel-home-XXXXXX").string();
   m_path = mkdtemp(path.data());
@@ -22,12 +16,10 @@ UserHome::UserHome() {
   const char* home = getenv("HOME");
   m_previousHome = home != nullptr ? home : "";
   setenv("HOME", m_path.c_str(), 1);
-  s_home = m_path;
 }
 
 UserHome::~UserHome() {
   setenv("HOME", m_previousHome.c_str(), 1);
-  s_home.clear();
   std::filesystem::remove_all(m_path);
 }
 
@@ -40,11 +32,11 @@ std::string UserHome::TokenLog() const {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The test program's definition wins over the system's and changes the home folder only.
+// The test program's definition wins over the system's: the home folder is HOME's, also in a child of the test.
 extern "C" passwd* getpwuid(uid_t uid) {
   using GetpwuidFn = passwd* (*)(uid_t);
   static const auto real = reinterpret_cast<GetpwuidFn>(dlsym(RTLD_NEXT, "getpwuid"));
   passwd* entry = real(uid);
-  if (entry != nullptr && !s_home.empty()) entry->pw_dir = s_home.data();
+  if (char* home = getenv("HOME"); entry != nullptr && home != nullptr) entry->pw_dir = home;
   return entry;
 }

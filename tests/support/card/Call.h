@@ -14,6 +14,7 @@ struct Call {
   CK_SESSION_HANDLE session = 0;
   CK_OBJECT_HANDLE object = 0;
   CK_FLAGS flags = 0;
+  bool notifies = false;  // a session with an application pointer or a callback
   CK_BBOOL tokenPresent = CK_FALSE;
   CK_USER_TYPE userType = 0;
   CK_MECHANISM* mechanism = nullptr;
@@ -22,7 +23,8 @@ struct Call {
   CK_ULONG attributeCount = 0;
   const CK_BYTE* input = nullptr;  // data to sign, ciphertext, PIN
   CK_ULONG inputLength = 0;
-  void* output = nullptr;            // signature, plaintext, list of slots or objects, info structure, handle
+  void* output = nullptr;            // signature, plaintext, list of slots or objects, info structure, handle, or the
+                                     // argument of C_Initialize and C_Finalize
   CK_ULONG* outputLength = nullptr;  // of the buffer, or the count of the list
   CK_ULONG capacity = 0;             // most objects that one search call may give
 };

@@ -35,8 +35,10 @@ CK_RV Initialize(void* arguments) {
   return Ask(call);
 }
 
-CK_RV Finalize(void*) {
-  return Ask(Named("C_Finalize"));
+CK_RV Finalize(void* reserved) {
+  Call call = Named("C_Finalize");
+  call.output = reserved;
+  return Ask(call);
 }
 
 CK_RV GetSlotList(CK_BBOOL tokenPresent, CK_SLOT_ID* slots, CK_ULONG* count) {
@@ -66,9 +68,10 @@ CK_RV GetMechanismInfo(CK_SLOT_ID slot, CK_MECHANISM_TYPE type, CK_MECHANISM_INF
   return Ask(call);
 }
 
-CK_RV OpenSession(CK_SLOT_ID slot, CK_FLAGS flags, void*, CK_NOTIFY, CK_SESSION_HANDLE* session) {
+CK_RV OpenSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTIFY notify, CK_SESSION_HANDLE* session) {
   Call call = OnSlot("C_OpenSession", slot);
   call.flags = flags;
+  call.notifies = application != nullptr || notify != nullptr;
   call.output = session;
   return Ask(call);
 }

@@ -1,0 +1,58 @@
+#include "pkcs11/CallResult.h"
+
+#include "pkcs11/CatchTokenException.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/Failure.h"
+
+using LogLines = std::vector<CapturedLog::Line>;
+
+TEST(FormatValueTest, PrintsEightUpperCaseHexDigits) {
+  EXPECT_EQ(PKCS11::FormatValue("() => 0x%08lX", 0xA4), "() => 0x000000A4");
+  EXPECT_EQ(PKCS11::FormatValue("0x%08lX", CKR_VENDOR_DEFINED | 0xABCDEF), "0x80ABCDEF");
+}
+
+TEST(FormatValueTest, PrintsMoreDigitsWhereTheValueHasMore) {
+  EXPECT_EQ(PKCS11::FormatValue("0x%08lX", 0x123456789A), "0x123456789A");
+}
+
+TEST(FormatValueTest, PrintsDecimal) {
+  EXPECT_EQ(PKCS11::FormatValue("C_Login rv = %lu", 160), "C_Login rv = 160");
+}
+
+TEST(FormatValueTest, AFormatThatGivesNothingGivesTheEmptyText) {
+  EXPECT_EQ(PKCS11::FormatValue("", 1), "");
+}
+
+TEST(CallResultTest, ASuccessIsNotLogged) {
+  CapturedLog log;
+  EXPECT_TRUE(PKCS11::Succeeded("C_Sign", CKR_OK));
+  PKCS11::Require("C_Sign", CKR_OK, -6, "unused");
+  EXPECT_EQ(log.Lines(), LogLines{});
+}
+
+TEST(CallResultTest, AFailureIsLoggedAtTheLevelThatIsAskedFor) {
+  CapturedLog log;
+  EXPECT_FALSE(PKCS11::Succeeded("C_Sign", CKR_DATA_INVALID));
+  EXPECT_FALSE(PKCS11::Succeeded("C_Other", CKR_DATA_INVALID, QELLog::LogLevel::Info));
+  EXPECT_EQ(log.Lines(), (LogLines{{QELLog::LogLevel::Error, "C_Sign() => 0x00000020"},
+                                   {QELLog::LogLevel::Info, "C_Other() => 0x00000020"}}));
+}
+
+TEST(CallResultTest, AFailureIsLoggedBeforeItIsThrown) {
+  CapturedLog log;
+  LogLines atThrow;
+  const auto failure = CatchTokenException([&] {
+    struct AtThrow {
+      ~AtThrow() { lines = log.Lines(); }
+      CapturedLog& log;
+      LogLines& lines;
+    } const atThrowGuard{log, atThrow};
+    PKCS11::Require("C_Sign", CKR_DATA_INVALID, -6, "message");
+  });
+  EXPECT_TRUE(IsFailure(failure, -6, "message"));
+  EXPECT_EQ(atThrow, (LogLines{{QELLog::LogLevel::Error, "C_Sign() => 0x00000020"}}));
+}
+
+TEST(CallResultTest, AFailureIsReportedWithoutALogToo) {
+  EXPECT_FALSE(PKCS11::Succeeded("C_Sign", CKR_DATA_INVALID));
+}

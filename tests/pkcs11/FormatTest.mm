@@ -1,0 +1,29 @@
+#import "pkcs11/Format.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/CapturedLog.h"
+
+TEST(FormatTest, UnderstandsFoundationsDirectives) {
+  EXPECT_EQ(Utils::format(@"%@ %s %d 0x%08lX", @"object", "text", -3, 0xABCUL), "object text -3 0x00000ABC");
+}
+
+TEST(FormatTest, GivesUtf8) {
+  EXPECT_EQ(Utils::format(@"%@", @"\u20AC"), "\xE2\x82\xAC");
+}
+
+TEST(FormatTest, ANilObjectIsPrinted) {
+  EXPECT_EQ(Utils::format(@"slotName %@", (id)nil), "slotName (null)");
+}
+
+TEST(FormatTest, LogsTheTextAtTheLevelOfTheStream) {
+  CapturedLog log;
+  Utils::log(QELLog::Info(), @"slotName %@", @"Reader");
+  EXPECT_EQ(log.Lines(), (std::vector<CapturedLog::Line>{{QELLog::LogLevel::Info, "slotName Reader"}}));
+}
+
+TEST(FormatTest, FormatsNothingForAMessageThatIsNotWritten) {
+  CapturedLog log(QELLog::LogLevel::Error);
+  Utils::log(QELLog::Info(), @"slotName %@", @"Reader");
+  EXPECT_TRUE(log.Lines().empty());
+}
