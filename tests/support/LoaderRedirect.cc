@@ -19,6 +19,9 @@ std::vector<std::string>& Paths() {
 int s_latestFlags = 0;
 bool s_silent = false;
 
+// Looked up ahead: the look-up itself would take back what there is to say.
+const auto s_dlerror = reinterpret_cast<char* (*)()>(dlsym(RTLD_NEXT, "dlerror"));
+
 }  // namespace
 
 LoaderRedirect::LoaderRedirect(std::string part, std::string target) {
@@ -60,7 +63,5 @@ extern "C" void* dlopen(const char* path, int flags) {
 }
 
 extern "C" char* dlerror() {
-  using DlerrorFn = char* (*)();
-  static const auto real = reinterpret_cast<DlerrorFn>(dlsym(RTLD_NEXT, "dlerror"));
-  return s_silent ? nullptr : real();
+  return s_silent ? nullptr : s_dlerror();
 }
