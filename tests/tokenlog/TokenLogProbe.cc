@@ -1,10 +1,12 @@
 // Does what its arguments say, one after the other, as a process of its own: the path of the token log is fixed when
 // the program is loaded, and the log starts once.
 
+#include <dlfcn.h>
 #include <grp.h>
-#include <sys/resource.h>
+#include <iconv.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -44,6 +46,7 @@ class PrintingSink : public QELLog::LoggerImpl {
   }
 };
 
+bool g_noConverter = false;
 std::vector<std::string> g_arguments;
 size_t g_next = 0;
 
@@ -118,11 +121,8 @@ void Do(const std::string& command) {
       threads.emplace_back([=] { Repeat(std::string(100, letter), times); });
     }
     for (std::thread& thread : threads) thread.join();
-  } else if (command == "noDescriptors") {
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = 3;
-    setrlimit(RLIMIT_NOFILE, &limit);
+  } else if (command == "noConverter") {
+    g_noConverter = true;
   } else if (command == "dropPrivileges") {
     constexpr uid_t kNobody = 65534;
     if (getuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)) exit(3);
@@ -134,6 +134,14 @@ void Do(const std::string& command) {
 }
 
 }  // namespace
+
+// The program's definition wins: the system has no converter when it is out of memory or file descriptors.
+extern "C" iconv_t iconv_open(const char* to, const char* from) {
+  static const auto next = reinterpret_cast<decltype(&iconv_open)>(dlsym(RTLD_NEXT, "iconv_open"));
+  if (!g_noConverter) return next(to, from);
+  errno = EMFILE;
+  return reinterpret_cast<iconv_t>(-1);
+}
 
 int main(int argc, char** argv) {
   g_arguments.assign(argv + 1, argv + argc);
