@@ -2,10 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/card/Card.h"
+
 namespace {
 
 std::vector<std::string> s_calls;
 bool s_visible = false;
+
+void Record(const std::string& call) {
+  s_calls.push_back(call);
+  if (TestCard::Card* card = TestCard::CurrentCard()) card->Note("dialog " + call);
+}
 
 }  // namespace
 
@@ -13,10 +20,10 @@ extern "C" int QELTestDialog(int first, int second, int third);
 
 extern "C" int QELTestDialog(int first, int second, int third) {
   if (first == 1 && third == 1) {
-    s_calls.push_back("show " + std::to_string(second));
+    Record("show " + std::to_string(second));
     s_visible = true;
   } else if (first == 1 && second == 1 && third == 2) {
-    s_calls.push_back("hide");
+    Record("hide");
     s_visible = false;
   } else {
     ADD_FAILURE() << "PINPadDialogP(" << first << ", " << second << ", " << third << ")";

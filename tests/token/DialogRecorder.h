@@ -3,7 +3,8 @@
 #include <string>
 #include <vector>
 
-/// The PIN dialog library's calls since it was made: "show 8", "hide". Fails the test when a dialog stays visible.
+/// The PIN dialog library's calls since it was made: "show 8", "hide". They also stand in the trace of the card in
+/// force, as "dialog show 8". Fails the test when a dialog stays visible.
 class DialogRecorder {
  public:
   DialogRecorder();

@@ -11,6 +11,7 @@
 #include "tests/support/TestCertificates.h"
 #include "tests/support/UserHome.h"
 #include "tests/support/card/FakeCard.h"
+#include "tests/support/card/ScriptedCard.h"
 #include "tests/token/DialogRecorder.h"
 #import "token/QELToken.h"
 #import "token/QELTokenDriver.h"

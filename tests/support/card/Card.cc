@@ -27,6 +27,11 @@ CK_RV Card::Handle(Call& call) {
   return Answer(call);
 }
 
+void Card::Note(const std::string& line) {
+  m_calls.push_back(line);
+  m_names.push_back(line);
+}
+
 int Card::Count(const std::string& name) const {
   return static_cast<int>(std::count(m_names.begin(), m_names.end(), name));
 }

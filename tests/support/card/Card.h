@@ -19,6 +19,9 @@ class Card {
   /// Records and answers one call.
   CK_RV Handle(Call& call);
 
+  /// Adds a line of something that happened between the calls, and is none.
+  void Note(const std::string& line);
+
   /// Every call so far, in order, as trace lines without results.
   const std::vector<std::string>& Calls() const { return m_calls; }
 

@@ -78,6 +78,18 @@ Fill Handle(CK_ULONG handle) {
   return [=](Call& call) { *static_cast<CK_ULONG*>(call.output) = handle; };
 }
 
+Fill KeepTemplate(std::vector<TemplateRow>& rows, Fill then) {
+  return [&rows, then](Call& call) {
+    rows.clear();
+    for (CK_ULONG i = 0; i < call.attributeCount; ++i) {
+      const CK_ATTRIBUTE& attribute = call.attributes[i];
+      const auto* bytes = static_cast<const CK_BYTE*>(attribute.pValue);
+      rows.push_back({attribute.type, {bytes, bytes + attribute.ulValueLen}});
+    }
+    if (then) then(call);
+  };
+}
+
 Fill State(CK_STATE state) {
   return [=](Call& call) { static_cast<CK_SESSION_INFO*>(call.output)->state = state; };
 }

@@ -49,4 +49,9 @@ Fill Handle(CK_ULONG handle);
 /// The state of a session.
 Fill State(CK_STATE state);
 
+/// An attribute of a template: its type and its value's bytes.
+using TemplateRow = std::pair<CK_ATTRIBUTE_TYPE, std::vector<CK_BYTE>>;
+/// Keeps the call's template in `rows`, then fills what `then` fills.
+Fill KeepTemplate(std::vector<TemplateRow>& rows, Fill then = nullptr);
+
 }  // namespace TestCard

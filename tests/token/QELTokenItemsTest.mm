@@ -1,0 +1,286 @@
+#import "tests/token/InitializerGivesNil.h"
+#import "tests/token/TokenTest.h"
+
+using TestCard::ByteString;
+using TestCard::FakeCard;
+using TestCard::FakeObject;
+using TestCard::FakeSlot;
+using TestCard::PublicKeyObject;
+using TestCard::ScriptedCard;
+using TestCard::TemplateRow;
+using TestCard::Ulong;
+using TestCard::UserCertificate;
+using Texts = std::vector<std::string>;
+
+class QELTokenItems : public TokenTest {
+ protected:
+  static std::vector<FakeSlot> Holding(std::vector<FakeObject> objects) {
+    FakeSlot slot{7, kReader};
+    slot.objects = std::move(objects);
+    return {slot};
+  }
+
+  /// What a token of that card publishes, an item a line: "certificate 110102", "key 120102".
+  static Texts Published(std::vector<FakeSlot> slots) {
+    FakeCard card(std::move(slots));
+    Texts lines;
+    @autoreleasepool {
+      for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
+        const bool isKey = [item isKindOfClass:[TKTokenKeychainKey class]];
+        std::string line = isKey ? "key " : "certificate ";
+        for (const CK_BYTE byte : BytesOf([item objectID])) {
+          line += "0123456789abcdef"[byte >> 4];
+          line += "0123456789abcdef"[byte & 15];
+        }
+        lines.push_back(line);
+      }
+    }
+    return lines;
+  }
+
+  /// What a key item offers, with its constraints: "sign login decrypt exchange {2,3,4}".
+  static std::string Offers(std::vector<FakeSlot> slots) {
+    FakeCard card(std::move(slots));
+    std::string text;
+    @autoreleasepool {
+      auto *key = (TKTokenKeychainKey *)[[[MakeToken() keychainContents] items] lastObject];
+      EXPECT_TRUE([key isKindOfClass:[TKTokenKeychainKey class]]);
+      if ([key canSign]) text += "sign ";
+      if ([key isSuitableForLogin]) text += "login ";
+      if ([key canDecrypt]) text += "decrypt ";
+      if ([key canPerformKeyExchange]) text += "exchange ";
+      text += "{";
+      for (NSNumber *operation in [[[key constraints] allKeys] sortedArrayUsingSelector:@selector(compare:)]) {
+        EXPECT_STREQ([[[key constraints] objectForKey:operation] UTF8String], "PINAlways");
+        text += [[operation description] UTF8String];
+      }
+      EXPECT_NE([key constraints], nil);
+      text += "}";
+    }
+    return text;
+  }
+
+  /// A certificate and its public key.
+  static std::vector<FakeSlot> KeyThat(bool verifies, bool encrypts, CK_KEY_TYPE type) {
+    const auto certificate = type == CKK_EC ? TestCertificates::Ec() : TestCertificates::Rsa();
+    return Holding({UserCertificate(1, {0x01}, "certificate", certificate),
+                    PublicKeyObject(2, {0x01}, "key", type, verifies, encrypts)});
+  }
+
+  static std::vector<std::string> Labels(std::vector<FakeSlot> slots) {
+    FakeCard card(std::move(slots));
+    Texts labels;
+    @autoreleasepool {
+      for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
+        labels.push_back([[item label] UTF8String]);
+      }
+    }
+    return labels;
+  }
+};
+
+TEST_F(QELTokenItems, EachCertificateIsDirectlyFollowedByItsKey) {
+  EXPECT_EQ(Published(OneSlot()), (Texts{"certificate 110102", "key 120102", "certificate 110304", "key 120304"}));
+}
+
+TEST_F(QELTokenItems, ItemsOfTheSecondSlotCarryTheSecondPrefixes) {
+  EXPECT_EQ(Published(TwoSlots()), (Texts{"certificate 110102", "key 120102", "certificate 110304", "key 120304",
+                                          "certificate 210102", "key 220102", "certificate 210304", "key 220304"}));
+}
+
+TEST_F(QELTokenItems, ItemsOfAThirdSlotShareTheSecondsPrefixes) {
+  std::vector<FakeSlot> slots = Holding({UserCertificate(1, {0x0A}, "first", TestCertificates::Rsa())});
+  slots.push_back({8, kReader, "", 0, 0, true, {UserCertificate(1, {0x0B}, "second", TestCertificates::Rsa())}});
+  slots.push_back({9, kReader, "", 0, 0, true, {UserCertificate(1, {0x0B}, "third", TestCertificates::Rsa())}});
+  EXPECT_EQ(Published(slots), (Texts{"certificate 110a", "certificate 210b", "certificate 210b"}));
+}
+
+TEST_F(QELTokenItems, AnEmptyIdIsThePrefixAlone) {
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {}, "certificate", TestCertificates::Rsa()),
+                               PublicKeyObject(2, {}, "key", CKK_RSA)})),
+            (Texts{"certificate 11", "key 12"}));
+}
+
+#pragma mark - What is published
+
+TEST_F(QELTokenItems, OnlyCertificatesOfTheUserCategoryArePublished) {
+  FakeObject authority = UserCertificate(1, {0x01}, "authority", TestCertificates::Rsa());
+  authority.attributes[CKA_CERTIFICATE_CATEGORY] = Ulong(2);
+  FakeObject otherEntity = UserCertificate(2, {0x02}, "other entity", TestCertificates::Rsa());
+  otherEntity.attributes[CKA_CERTIFICATE_CATEGORY] = Ulong(3);
+  FakeObject unspecified = UserCertificate(3, {0x03}, "unspecified", TestCertificates::Rsa());
+  unspecified.attributes[CKA_CERTIFICATE_CATEGORY] = Ulong(0);
+  FakeObject without = UserCertificate(4, {0x04}, "without", TestCertificates::Rsa());
+  without.attributes.erase(CKA_CERTIFICATE_CATEGORY);
+  EXPECT_EQ(Published(Holding({authority, otherEntity, unspecified, without,
+                               UserCertificate(5, {0x05}, "user", TestCertificates::Rsa())})),
+            Texts{"certificate 1105"});
+}
+
+TEST_F(QELTokenItems, ACertificateWithoutPublicKeyIsPublishedAlone) {
+  EXPECT_EQ(
+      Published(Holding({UserCertificate(1, {0x01}, "certificate", TestCertificates::Rsa()),
+                         PublicKeyObject(2, {0x02}, "foreign key", CKK_RSA), TestCard::PrivateKeyObject(3, {0x01})})),
+      Texts{"certificate 1101"});
+}
+
+TEST_F(QELTokenItems, TwoCertificatesOfOneIdShareIdentifiersAndTheFirstPublicKey) {
+  const std::vector<FakeSlot> slots =
+      Holding({UserCertificate(1, {0x01}, "old", TestCertificates::Rsa("Old")),
+               UserCertificate(2, {0x01}, "new", TestCertificates::Rsa("New")),
+               PublicKeyObject(3, {0x01}, "first key", CKK_RSA), PublicKeyObject(4, {0x01}, "second key", CKK_RSA)});
+  EXPECT_EQ(Published(slots), (Texts{"certificate 1101", "key 1201", "certificate 1101", "key 1201"}));
+  EXPECT_EQ(Labels(slots), (Texts{"old (Old)", "first key (Old)", "new (New)", "first key (New)"}));
+}
+
+TEST_F(QELTokenItems, AnEmptyLabelIsALabel) {
+  const std::vector<FakeSlot> slots =
+      Holding({UserCertificate(1, {0x01}, "", TestCertificates::Rsa("Name")), PublicKeyObject(2, {0x01}, "", CKK_RSA)});
+  EXPECT_EQ(Published(slots), (Texts{"certificate 1101", "key 1201"}));
+  EXPECT_EQ(Labels(slots), (Texts{" (Name)", " (Name)"}));
+}
+
+TEST_F(QELTokenItems, LabelsAreTheCardsNamesBeforeTheSubjects) {
+  EXPECT_EQ(Labels(Holding({UserCertificate(1, {0x01}, "Zertifikat \xC3\xBC", TestCertificates::Rsa("Jane Doe")),
+                            PublicKeyObject(2, {0x01}, "Key one", CKK_RSA)})),
+            (Texts{"Zertifikat \xC3\xBC (Jane Doe)", "Key one (Jane Doe)"}));
+}
+
+#pragma mark - What is skipped
+
+TEST_F(QELTokenItems, AnUnreadableCertificateIsSkippedWithItsKeyAndWithoutAMessage) {
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "certificate", {0x30, 0x03, 0x01}),
+                               PublicKeyObject(2, {0x01}, "key", CKK_RSA), UserCertificate(3, {0x02}, "empty", {}),
+                               UserCertificate(4, {0x03}, "good", TestCertificates::Rsa())})),
+            Texts{"certificate 1103"});
+  EXPECT_EQ(m_log.Errors(), Texts{});
+}
+
+TEST_F(QELTokenItems, ACertificatesLabelThatIsNotUtf8SkipsItWithItsKeyAndWithoutAMessage) {
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "\xFF\xFE", TestCertificates::Rsa()),
+                               PublicKeyObject(2, {0x01}, "key", CKK_RSA)})),
+            Texts{});
+  EXPECT_EQ(m_log.Errors(), Texts{});
+}
+
+TEST_F(QELTokenItems, AKeysLabelThatIsNotUtf8SkipsOnlyTheKey) {
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "certificate", TestCertificates::Rsa()),
+                               PublicKeyObject(2, {0x01}, "\xC3", CKK_RSA)})),
+            Texts{"certificate 1101"});
+  EXPECT_EQ(m_log.Errors(), Texts{});
+}
+
+TEST_F(QELTokenItems, AKeyThatThePlatformRefusesSkipsOnlyTheKey) {
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "certificate", TestCertificates::Ed25519()),
+                               PublicKeyObject(2, {0x01}, "key", CKK_EC_EDWARDS)})),
+            Texts{"certificate 1101"});
+}
+
+TEST_F(QELTokenItems, ACertificateThatThePlatformRefusesIsSkippedWithItsKey) {
+  const InitializerGivesNil refused([TKTokenKeychainCertificate class], @selector(initWithCertificate:objectID:));
+  EXPECT_EQ(Published(KeyThat(true, true, CKK_RSA)), Texts{});
+  EXPECT_EQ(m_log.Errors(), Texts{});
+}
+
+TEST_F(QELTokenItems, AnAttributeThatCannotBeReadFailsTheConstruction) {
+  for (const auto &[object, attribute] :
+       {std::pair{0, CKA_VALUE}, {0, CKA_ID}, {0, CKA_LABEL}, {1, CKA_LABEL}, {1, CKA_VERIFY}, {1, CKA_ENCRYPT}}) {
+    SCOPED_TRACE(TestCard::AttributeName(attribute));
+    std::vector<FakeSlot> slots = KeyThat(true, true, CKK_RSA);
+    slots[0].objects[object].attributes.erase(attribute);
+    FakeCard card(slots);
+    @autoreleasepool {
+      NSError *error = nil;
+      EXPECT_EQ(MakeToken(&error), nil);
+      EXPECT_TRUE(IsError(error, @"QELToken", -6));
+      EXPECT_STREQ([[error localizedDescription] UTF8String], "Cannot read object's attribute");
+    }
+  }
+}
+
+TEST_F(QELTokenItems, AFailedSearchForTheKeyFailsTheConstruction) {
+  FakeCard card(OneSlot());
+  card.Fail("C_FindObjectsInit", CKR_DEVICE_ERROR, 2);
+  @autoreleasepool {
+    NSError *error = nil;
+    EXPECT_EQ(MakeToken(&error), nil);
+    EXPECT_TRUE(IsError(error, @"QELToken", -6));
+  }
+}
+
+#pragma mark - Capabilities
+
+TEST_F(QELTokenItems, CapabilitiesComeFromThePublicKeyAndEachHasTheConstraint) {
+  EXPECT_EQ(Offers(KeyThat(true, true, CKK_RSA)), "sign login decrypt {23}");
+  EXPECT_EQ(Offers(KeyThat(true, false, CKK_RSA)), "sign login {2}");
+  EXPECT_EQ(Offers(KeyThat(false, true, CKK_RSA)), "decrypt {3}");
+  EXPECT_EQ(Offers(KeyThat(false, false, CKK_RSA)), "{}");
+}
+
+TEST_F(QELTokenItems, KeyExchangeNeedsDecryptionAndAnEcKey) {
+  EXPECT_EQ(Offers(KeyThat(true, true, CKK_EC)), "sign login decrypt exchange {234}");
+  EXPECT_EQ(Offers(KeyThat(false, true, CKK_EC)), "decrypt exchange {34}");
+  EXPECT_EQ(Offers(KeyThat(true, false, CKK_EC)), "sign login {2}");
+  EXPECT_EQ(Offers(KeyThat(false, false, CKK_EC)), "{}");
+}
+
+TEST_F(QELTokenItems, CertificateItemsKeepThePlatformsConstraints) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    TKTokenKeychainItem *certificate = [[[MakeToken() keychainContents] items] firstObject];
+    EXPECT_EQ([[certificate constraints] objectForKey:[NSNumber numberWithInteger:TKTokenOperationSignData]], nil);
+    for (id constraint in [[certificate constraints] allValues]) EXPECT_FALSE([constraint isEqual:@"PINAlways"]);
+  }
+}
+
+TEST_F(QELTokenItems, KeyTypeAndSizeAreThoseOfTheCertificate) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    TKTokenKeychainKey *key = [[MakeToken() keychainContents] keyForObjectID:Data({0x12, 0x01, 0x02}) error:nullptr];
+    EXPECT_TRUE([[key keyType] isEqualToString:(NSString *)kSecAttrKeyTypeRSA]);
+    EXPECT_EQ([key keySizeInBits], 2048);
+  }
+}
+
+#pragma mark - Searches
+
+TEST_F(QELTokenItems, CertificatesAreSearchedByClassAndCategoryInThisOrder) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    std::vector<TemplateRow> rows;
+    ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
+                         {"C_FindObjects", CKR_OK, TestCard::Handles({9, 4})},
+                         {"C_FindObjects"},
+                         {"C_FindObjectsFinal"}});
+    const auto certificates = [token clientCertificates:55];
+    EXPECT_EQ(rows,
+              (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_CERTIFICATE)}, {CKA_CERTIFICATE_CATEGORY, Ulong(1)}}));
+    ASSERT_EQ(certificates.size(), 2u);
+    EXPECT_EQ(certificates[0].object, 9u);
+    EXPECT_EQ(certificates[0].session, 55u);
+    EXPECT_EQ(certificates[1].object, 4u);
+  }
+}
+
+TEST_F(QELTokenItems, PublicKeysAreSearchedByClassAndIdInThisOrderAndTheFirstIsTaken) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    std::vector<TemplateRow> rows;
+    {
+      ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
+                           {"C_FindObjects", CKR_OK, TestCard::Handles({9, 4})},
+                           {"C_FindObjects"},
+                           {"C_FindObjectsFinal"}});
+      const auto key = [token findPublicKeyWithID:{0x12, 0x34} session:55];
+      ASSERT_NE(key, nullptr);
+      EXPECT_EQ(key->object, 9u);
+      EXPECT_EQ(key->session, 55u);
+    }
+    EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PUBLIC_KEY)}, {CKA_ID, ByteString{0x12, 0x34}}}));
+    ScriptedCard script({{"C_FindObjectsInit"}, {"C_FindObjects"}, {"C_FindObjectsFinal"}});
+    const auto key = [token findPublicKeyWithID:{0x12, 0x34} session:55];
+    EXPECT_EQ(key, nullptr);
+  }
+}

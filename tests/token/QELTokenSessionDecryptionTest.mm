@@ -1,0 +1,129 @@
+#include <stdexcept>
+
+#include "tests/token/PassingException.h"
+#import "tests/token/SessionTest.h"
+#import "token/NSExceptionSeam.h"
+
+using TestCard::Call;
+using TestCard::Length;
+using TestCard::ScriptedCard;
+using Texts = std::vector<std::string>;
+
+class QELTokenSessionDecryption : public SessionTest {
+ protected:
+  NSData *const m_ciphertext = Data(Bytes(256, 0xC1));
+};
+
+class QELTokenSessionDecryptionOnPinPad : public PinPadTest {
+ protected:
+  NSData *const m_ciphertext = Data(Bytes(256, 0xC1));
+};
+
+TEST_F(QELTokenSessionDecryption, CallsTheCardInExactlyThisOrder) {
+  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), m_card.plaintext);
+  EXPECT_EQ(m_card.Calls(),
+            AfterFindingTheKey("101", {"C_DecryptInit session=101 object=3 mechanism=0x1 parameter=0",
+                                       "C_Decrypt session=101 output=?", "C_Decrypt session=101 output=buffer"}));
+  EXPECT_EQ(m_log.Lines().size(), 0u);
+  EXPECT_EQ(m_systemLog.Texts(), Texts{});
+}
+
+TEST_F(QELTokenSessionDecryptionOnPinPad, ShowsTheDialogAroundTheSecondCallOnly) {
+  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), m_card.plaintext);
+  EXPECT_EQ(m_card.Calls(),
+            AfterFindingTheKey("101", {"C_DecryptInit session=101 object=3 mechanism=0x1 parameter=0",
+                                       "C_Decrypt session=101 output=?", "C_GetSlotType slot=7", "dialog show 8",
+                                       "C_Decrypt session=101 output=buffer", "dialog hide"}));
+}
+
+TEST_F(QELTokenSessionDecryption, PlaintextTakesTheLengthOfTheSecondCall) {
+  m_card.announcedLength["C_Decrypt"] = 256;
+  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), Bytes(32, 0x11));
+}
+
+TEST_F(QELTokenSessionDecryption, BothCallsGetTheWholeCiphertext) {
+  std::vector<Bytes> inputs;
+  const auto keep = [&](Call &call) {
+    inputs.emplace_back(call.input, call.input + call.inputLength);
+    *call.outputLength = 4;
+  };
+  ScriptedCard script(
+      AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, keep}, {"C_Decrypt", CKR_OK, keep}}));
+  Decrypt(m_ciphertext);
+  EXPECT_EQ(inputs, (std::vector<Bytes>{Bytes(256, 0xC1), Bytes(256, 0xC1)}));
+}
+
+TEST_F(QELTokenSessionDecryption, UsesPkcs1WhateverTheAlgorithmSays) {
+  for (const SecKeyAlgorithm algorithm : {kSecKeyAlgorithmRSAEncryptionOAEPSHA256, kSecKeyAlgorithmRSAEncryptionRaw,
+                                          kSecKeyAlgorithmECDSASignatureDigestX962}) {
+    m_card.mechanism = CKM_RSA_X_509;
+    EXPECT_NE([m_session tokenSession:m_session
+                          decryptData:m_ciphertext
+                             usingKey:RsaKey()
+                            algorithm:Algorithm({algorithm})
+                                error:nullptr],
+              nil);
+    EXPECT_EQ(m_card.mechanism, CKM_RSA_PKCS);
+    EXPECT_EQ(m_card.mechanismParameter, Bytes{});
+  }
+}
+
+TEST_F(QELTokenSessionDecryption, AnEmptyPlaintextIsEmptyDataAndNoSizeQuery) {
+  m_card.plaintext = {};
+  NSData *plaintext = Decrypt(m_ciphertext);
+  ASSERT_NE(plaintext, nil);
+  EXPECT_EQ([plaintext length], 0u);
+  EXPECT_EQ(m_card.Calls().back(), "C_Decrypt session=101 output=buffer");
+}
+
+TEST_F(QELTokenSessionDecryption, MoreBytesThanTheBufferHoldsAreNotBelieved) {
+  ScriptedCard script(
+      AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_Decrypt", CKR_OK, Length(5)}}));
+  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), Bytes(4, 0x00));
+}
+
+TEST_F(QELTokenSessionDecryption, AnAnnouncedLengthThatIsNoneEndsTheDecryptionWithALogLine) {
+  m_card.announcedLength["C_Decrypt"] = CK_UNAVAILABLE_INFORMATION;
+  NSError *error = UntouchedError();
+  EXPECT_EQ(Decrypt(m_ciphertext, &error), nil);
+  EXPECT_EQ(error, UntouchedError());
+  EXPECT_EQ(m_log.Errors(), Texts{"C_Decrypt() announces no usable length"});
+}
+
+#pragma mark - Failures
+
+TEST_F(QELTokenSessionDecryption, ALoggedOutUserGetsAuthenticationNeededAndNoFurtherCall) {
+  ExpectAuthenticationNeeded([&](NSError **error) { return Decrypt(m_ciphertext, error); });
+}
+
+TEST_F(QELTokenSessionDecryption, FailuresBeforeTheKeyIsFoundBecomeErrorsOfTheExtension) {
+  ExpectFailuresBeforeTheKeyIsFound([&](NSError **error) { return Decrypt(m_ciphertext, error); });
+}
+
+TEST_F(QELTokenSessionDecryption, EveryFailedCallIsLoggedAndMappedAndEndsTheDecryption) {
+  ExpectEachFailureMapped({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_Decrypt"}},
+                          [&](NSError **error) { return Decrypt(m_ciphertext, error); });
+}
+
+TEST_F(QELTokenSessionDecryptionOnPinPad, TheDialogIsHiddenWhenTheEntryIsCancelled) {
+  m_card.Fail("C_Decrypt", CKR_FUNCTION_CANCELED, 2);
+  NSError *error = nil;
+  EXPECT_EQ(Decrypt(m_ciphertext, &error), nil);
+  EXPECT_TRUE(IsErrorOf(TKErrorCodeCanceledByUser, error));
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
+}
+
+TEST_F(QELTokenSessionDecryptionOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
+  const auto rows = [](TestCard::Fill onSecondCall) {
+    return AfterFindingTheKey(
+        {{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Decrypt", CKR_OK, onSecondCall}});
+  };
+  {
+    ScriptedCard script(rows([](Call &) { [NSException raise:@"Foreign" format:@"from the card"]; }));
+    EXPECT_STREQ([[CatchNSException([&] { Decrypt(m_ciphertext); }) name] UTF8String], "Foreign");
+    EXPECT_EQ(script.Calls().back(), "dialog hide");
+  }
+  ScriptedCard script(rows([](Call &) { throw std::runtime_error("from the card"); }));
+  EXPECT_EQ(PassingException([&] { Decrypt(m_ciphertext); }), "from the card");
+  EXPECT_EQ(script.Calls().back(), "dialog hide");
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <functional>
+
+#import "tests/token/TokenTest.h"
+
+/// A token on a fake card and a session of it, with the user logged in; calls and logs are recorded from there on.
+class SessionTest : public TokenTest {
+ protected:
+  using Trace = std::vector<std::string>;
+  using Bytes = TestCard::ByteString;
+
+  SessionTest() : SessionTest(OneSlot()) {}
+  explicit SessionTest(std::vector<TestCard::FakeSlot> slots);
+
+  /// One slot whose reader has a PIN pad of that vendor type.
+  static std::vector<TestCard::FakeSlot> PinPadSlot(CK_ULONG slotType);
+
+  // What CryptoTokenKit asks, with the fixture's keys unless another is named.
+  NSData *Sign(NSData *data, TKTokenKeyAlgorithm *algorithm, NSError **error = nullptr, NSData *key = RsaKey());
+  NSData *Decrypt(NSData *ciphertext, NSError **error = nullptr, NSData *key = RsaKey());
+  NSData *Agree(NSData *publicKey, TKTokenKeyExchangeParameters *parameters, NSError **error = nullptr,
+                NSData *key = EcKey(), TKTokenKeyAlgorithm *algorithm = X963Sha1());
+  bool Supports(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm);
+
+  static NSData *RsaKey() { return Data({0x12, 0x01, 0x02}); }
+  static NSData *EcKey() { return Data({0x12, 0x03, 0x04}); }
+  /// What the platform makes of a PKCS#1 v1.5 signature.
+  static TKTokenKeyAlgorithm *RawRsa();
+  static TKTokenKeyAlgorithm *Ecdsa();
+  static TKTokenKeyAlgorithm *X963Sha1();
+  static TKTokenKeyExchangeParameters *Parameters(NSInteger requestedSize, NSData *sharedInfo = nil);
+  /// A padded block with the payload 30 31.
+  static NSData *Block() { return Data({0x00, 0x01, 0xFF, 0xFF, 0x00, 0x30, 0x31}); }
+
+  /// The calls that find a private key in `session` before every operation, followed by `rest`.
+  static Trace AfterFindingTheKey(const std::string &session, Trace rest);
+  /// The same calls as rows of a script; key handle 3.
+  static std::vector<TestCard::Row> AfterFindingTheKey(std::vector<TestCard::Row> rest);
+
+  /// Lets each of `calls`, which follow the search for the key, fail in turn with each of kCardResults, and expects
+  /// `operation` to end there: nil, the one log line, the error that belongs to the result; with an out-pointer and
+  /// without.
+  void ExpectEachFailureMapped(const std::vector<TestCard::Row> &calls,
+                               const std::function<NSData *(NSError **)> &operation);
+  /// Expects a logged out user to get nothing but "authentication needed" from `operation`.
+  void ExpectAuthenticationNeeded(const std::function<NSData *(NSError **)> &operation);
+  /// Expects the extension's own failures before the first call of the operation itself to become errors.
+  void ExpectFailuresBeforeTheKeyIsFound(const std::function<NSData *(NSError **)> &operation);
+
+  TestCard::FakeCard m_card;
+  LiveObjects m_tokens{[QELToken class]}, m_sessions{[QELTokenSession class]}, m_pairs{[SlotSessionPair class]};
+  QELToken *m_token;
+  QELTokenSession *m_session;
+  // Instead of those that saw the construction.
+  CapturedLog m_log;
+  SystemLog::Captured m_systemLog;
+};
+
+/// A session on a reader with a PIN pad of type 0x80000002.
+class PinPadTest : public SessionTest {
+ protected:
+  PinPadTest() : SessionTest(PinPadSlot(0x80000002)) {}
+};
+
+/// A session on a card with two slots.
+class TwoSlotTest : public SessionTest {
+ protected:
+  TwoSlotTest() : SessionTest(TwoSlots()) {}
+};
+
+/// A failed card call's result, the code of its error in TKErrorDomain (0: none), and its value as the logs print it.
+struct CardResult {
+  CK_RV rv;
+  NSInteger code;
+  const char *digits;
+};
+inline constexpr CardResult kCardResults[] = {
+    {CKR_FUNCTION_CANCELED, -4, "00000050"},  {CKR_PIN_INCORRECT, -8, "000000A0"},
+    {CKR_USER_NOT_LOGGED_IN, -9, "00000101"}, {CKR_DEVICE_ERROR, 0, "00000030"},
+    {CKR_OPERATION_ACTIVE, 0, "00000090"},    {CKR_PIN_LOCKED, 0, "000000A4"},
+    {CKR_VENDOR_DEFINED, 0, "80000000"},
+};
+
+/// Expects `error` to be the one of that code, or still UntouchedError() for code 0.
+::testing::AssertionResult IsErrorOf(NSInteger code, NSError *error);
+
+/// An error object to find again: what a caller's variable held before the call.
+NSError *UntouchedError();
