@@ -1,0 +1,99 @@
+#include "pkcs11/CatchTokenException.h"
+#import "tests/token/SessionTest.h"
+#import "token/NSExceptionSeam.h"
+
+using TestCard::ScriptedCard;
+using TestCard::TemplateRow;
+using TestCard::Ulong;
+using Texts = std::vector<std::string>;
+
+class QELTokenSessionKeys : public SessionTest {
+ protected:
+  bool IsLoggedIn(CK_STATE state) {
+    m_card.ForceState(state);
+    return [m_session isUserLoggedIn] != NO;
+  }
+};
+
+class QELTokenSessionKeysOnTwoSlots : public TwoSlotTest {
+ protected:
+  /// Index of the pair that is current after a selection that started from the other one.
+  NSUInteger Selected(std::initializer_list<int> identifier, NSUInteger before) {
+    [m_session setHCurrentPair:[[m_session hSlotSessionPairs] objectAtIndex:before]];
+    [m_session selectPairByKeyID:Data(identifier)];
+    return [[m_session hSlotSessionPairs] indexOfObjectIdenticalTo:[m_session hCurrentPair]];
+  }
+};
+
+TEST_F(QELTokenSessionKeysOnTwoSlots, ThePrefixSelectsThePair) {
+  EXPECT_EQ(Selected({0x11, 0x01}, 1), 0u);
+  EXPECT_EQ(Selected({0x12, 0x01}, 1), 0u);
+  EXPECT_EQ(Selected({0x12}, 1), 0u);
+  EXPECT_EQ(Selected({0x21, 0x01}, 0), 1u);
+  EXPECT_EQ(Selected({0x22, 0x01}, 0), 1u);
+  EXPECT_EQ(Selected({0xE2}, 0), 1u);
+}
+
+TEST_F(QELTokenSessionKeysOnTwoSlots, BothBitsSelectTheFirstPair) {
+  EXPECT_EQ(Selected({0x32, 0x01}, 1), 0u);
+}
+
+TEST_F(QELTokenSessionKeysOnTwoSlots, APrefixOfNeitherSlotChangesNothing) {
+  for (const NSUInteger before : {0u, 1u}) {
+    EXPECT_EQ(Selected({0x02, 0x10}, before), before);
+    EXPECT_EQ(Selected({0xCF, 0x20}, before), before);
+    EXPECT_EQ(Selected({}, before), before);
+  }
+}
+
+TEST_F(QELTokenSessionKeysOnTwoSlots, TheSelectedPairStaysCurrentAfterAnOperation) {
+  Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02}));
+  EXPECT_EQ([[m_session hCurrentPair] hSlot], 8u);
+}
+
+TEST_F(QELTokenSessionKeys, ALaterSlotThatTheTokenDoesNotHaveRaises) {
+  NSException *raised = CatchNSException([&] { [m_session selectPairByKeyID:Data({0x22, 0x01})]; });
+  EXPECT_STREQ([[raised name] UTF8String], [NSRangeException UTF8String]);
+  EXPECT_EQ([[m_session hCurrentPair] hSlot], 7u);
+}
+
+TEST_F(QELTokenSessionKeys, PrivateKeysAreSearchedByClassAndIdAndTheFirstIsTaken) {
+  std::vector<TemplateRow> rows;
+  ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
+                       {"C_FindObjects", CKR_OK, TestCard::Handles({31, 30})},
+                       {"C_FindObjects"},
+                       {"C_FindObjectsFinal"}});
+  EXPECT_EQ([m_session findPrivateKeyWithKeyID:Data({0x12, 0x01, 0x02})], 31u);
+  EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PRIVATE_KEY)}, {CKA_ID, {0x01, 0x02}}}));
+}
+
+TEST_F(QELTokenSessionKeys, AMissingPrivateKeyIsTheFailureMinusSevenWithoutALogLine) {
+  const auto failure = CatchTokenException([&] { [m_session findPrivateKeyWithKeyID:Data({0x12, 0x77})]; });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->code, -7);
+  EXPECT_EQ(failure->message, "Private key not found");
+  EXPECT_EQ(m_log.Lines().size(), 0u);
+}
+
+TEST_F(QELTokenSessionKeys, OnlyUserSessionsAreLoggedIn) {
+  EXPECT_FALSE(IsLoggedIn(CKS_RO_PUBLIC_SESSION));
+  EXPECT_TRUE(IsLoggedIn(CKS_RO_USER_FUNCTIONS));
+  EXPECT_FALSE(IsLoggedIn(CKS_RW_PUBLIC_SESSION));
+  EXPECT_TRUE(IsLoggedIn(CKS_RW_USER_FUNCTIONS));
+  EXPECT_FALSE(IsLoggedIn(CKS_RW_SO_FUNCTIONS));
+}
+
+TEST_F(QELTokenSessionKeysOnTwoSlots, TheLoginIsAskedOfTheCurrentPair) {
+  [m_session selectPairByKeyID:Data({0x22})];
+  EXPECT_TRUE([m_session isUserLoggedIn]);
+  EXPECT_EQ(m_card.Calls(), Texts{"C_GetSessionInfo session=102"});
+}
+
+TEST_F(QELTokenSessionKeys, AnInvalidSessionIsTheFailureMinusEight) {
+  m_card.Fail("C_GetSessionInfo", CKR_SESSION_HANDLE_INVALID);
+  const auto failure = CatchTokenException([&] { [m_session isUserLoggedIn]; });
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->code, -8);
+  EXPECT_EQ(failure->message, "Session is invalid");
+  EXPECT_EQ(m_log.Errors(), Texts{"C_GetSessionInfo() => 0x000000B3"});
+}
