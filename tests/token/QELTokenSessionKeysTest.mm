@@ -1,4 +1,5 @@
 #include "pkcs11/CatchTokenException.h"
+#include "tests/support/Failure.h"
 #import "tests/token/SessionTest.h"
 #import "token/NSExceptionSeam.h"
 
@@ -69,9 +70,7 @@ TEST_F(QELTokenSessionKeys, PrivateKeysAreSearchedByClassAndIdAndTheFirstIsTaken
 
 TEST_F(QELTokenSessionKeys, AMissingPrivateKeyIsTheFailureMinusSevenWithoutALogLine) {
   const auto failure = CatchTokenException([&] { [m_session findPrivateKeyWithKeyID:Data({0x12, 0x77})]; });
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->code, -7);
-  EXPECT_EQ(failure->message, "Private key not found");
+  EXPECT_TRUE(IsFailure(failure, -7, "Private key not found"));
   EXPECT_EQ(m_log.Lines().size(), 0u);
 }
 
@@ -92,8 +91,6 @@ TEST_F(QELTokenSessionKeysOnTwoSlots, TheLoginIsAskedOfTheCurrentPair) {
 TEST_F(QELTokenSessionKeys, AnInvalidSessionIsTheFailureMinusEight) {
   m_card.Fail("C_GetSessionInfo", CKR_SESSION_HANDLE_INVALID);
   const auto failure = CatchTokenException([&] { [m_session isUserLoggedIn]; });
-  ASSERT_TRUE(failure);
-  EXPECT_EQ(failure->code, -8);
-  EXPECT_EQ(failure->message, "Session is invalid");
+  EXPECT_TRUE(IsFailure(failure, -8, "Session is invalid"));
   EXPECT_EQ(m_log.Errors(), Texts{"C_GetSessionInfo() => 0x000000B3"});
 }
