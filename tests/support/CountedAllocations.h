@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+
+/// Counts what this thread takes with operator new during the lifetime of the object.
+class CountedAllocations {
+ public:
+  CountedAllocations();
+
+  /// Number of allocations since the start.
+  size_t Count() const;
+  /// Size in bytes of the largest one.
+  size_t Largest() const;
+};

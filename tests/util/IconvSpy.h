@@ -1,0 +1,19 @@
+#pragma once
+
+/// The program's iconv functions forward to the system's and are watched here.
+namespace IconvSpy {
+
+/// Number of converters that are open now.
+int OpenConverters();
+
+/// Makes every conversion step of this thread fail with an error number for the lifetime of the object; the step that
+/// puts a converter into its initial state still works.
+class Failing {
+ public:
+  explicit Failing(int error);
+  ~Failing();
+  Failing(const Failing&) = delete;
+  Failing& operator=(const Failing&) = delete;
+};
+
+}  // namespace IconvSpy
