@@ -25,8 +25,8 @@ TEST(OSLog, AnErrorIsWrittenWithItsType) {
 TEST(OSLog, AnObjectIsWrittenWithAndWithoutAnnotation) {
   const Captured log;
   os_log_error(OS_LOG_DEFAULT, "%{public}@ and %@", @"one", @"two");
-  os_log_error(OS_LOG_DEFAULT, "100%% {kept} %{public}d", 5);
-  EXPECT_EQ(log.Texts(), (Texts{"one and two", "100% {kept} 5"}));
+  os_log_error(OS_LOG_DEFAULT, "100%%{kept} %{public}d", 5);
+  EXPECT_EQ(log.Texts(), (Texts{"one and two", "100%{kept} 5"}));
 }
 
 TEST(OSLog, EveryMacroHasItsType) {
