@@ -6,6 +6,7 @@ Knows 64-bit little-endian images, thin or universal, before or after stripping 
 import dataclasses
 import plistlib
 import struct
+from xml.parsers import expat
 
 CPU_NAMES = {0x01000007: "x86_64", 0x0100000C: "arm64"}
 MH_EXECUTE, MH_DYLIB, MH_DSYM = 2, 6, 10
@@ -77,6 +78,8 @@ class Image:
                 raise NotMachO("damaged load commands")
             self._read(command, position, size)
             position += size
+        self.classes, self.categories, self.selectors = self._read_classes(), self._read_categories(), self._read_selectors()
+        self.entry_symbol, self.entitlements = self._read_entry_symbol(), self._read_entitlements()
 
     def _read(self, command, at, size):
         data = self.data
@@ -137,25 +140,21 @@ class Image:
             if target is not None:
                 yield target
 
-    @property
-    def classes(self):
+    def _read_classes(self):
         """Names of the Objective-C classes that the image registers."""
         class_records = (self._target(struct.unpack_from("<Q", self.data, c + 32)[0] & ~7) for c in
                          self._pointers("__objc_classlist"))
         return {self._c_string(self._pointer(record + 24)) for record in class_records if record is not None}
 
-    @property
-    def categories(self):
+    def _read_categories(self):
         """Names of the Objective-C categories that the image registers."""
         return {self._c_string(self._pointer(c)) for c in self._pointers("__objc_catlist")}
 
-    @property
-    def selectors(self):
+    def _read_selectors(self):
         """Names of the messages that the image sends."""
         return {self._c_string(s) for s in self._pointers("__objc_selrefs")}
 
-    @property
-    def entry_symbol(self):
+    def _read_entry_symbol(self):
         """Name of the imported function that the entry leads to; None when the entry is the image's own code."""
         stubs = self.section("__stubs")
         if stubs is None or self.entry_offset is None or stubs.stub_size == 0:
@@ -195,8 +194,7 @@ class Image:
         directory = self._signature_blob(0xFADE0C02)
         return struct.unpack_from(">I", directory, 12)[0] if directory else 0
 
-    @property
-    def entitlements(self):
+    def _read_entitlements(self):
         """The entitlements in the signature; None when it has none."""
         blob = self._signature_blob(0xFADE7171)
         return plistlib.loads(blob[8:]) if blob else None
@@ -218,5 +216,5 @@ def read(path):
             image = Image(data[offset:offset + length])
             images[image.processor] = image
         return images
-    except (struct.error, ValueError, IndexError) as damage:
+    except (struct.error, ValueError, IndexError, TypeError, OverflowError, expat.ExpatError) as damage:
         raise NotMachO(f"damaged Mach-O file ({damage})") from damage

@@ -101,11 +101,11 @@ class Maker:
             symbols.parent.mkdir(parents=True, exist_ok=True)
             run(self.lipo, "-create", *[self.folder / f"{p}.dwarf" for p in processors], "-output", symbols)
 
-    def bundle(self):
+    def bundle(self, code=EXTENSION_CODE):
         """A bundle without defects; returns the app's folder. The sources it claims to come from are in `sources`."""
         app = self.folder / "QELToken.app"
         extension = app / "Contents/PlugIns/QELToken.appex"
-        self.image(extension / "Contents/MacOS/QELToken", EXTENSION_CODE,
+        self.image(extension / "Contents/MacOS/QELToken", code,
                    symbols=self.folder / "QELToken.appex.dSYM/Contents/Resources/DWARF/QELToken")
         self.image(app / "Contents/MacOS/QELToken", APP_CODE, entry="_main")
         self.image(extension / "Contents/Frameworks/libQELTarnwellPkcs11.dylib", LIBRARY_CODE, dylib=True)

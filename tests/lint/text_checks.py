@@ -8,7 +8,7 @@ from sources import PRODUCT, SUFFIXES, matches
 SUPPORT_USES = {
     "platform": set(),
     "softcard": set(),
-    "host": {"platform"},
+    "host": {"platform", "softcard"},  # the soft readers' state
     "bundle": set(),
 }
 APPLE_HEADERS = ("Foundation/", "CoreFoundation/", "CryptoTokenKit/", "Security/", "os/")

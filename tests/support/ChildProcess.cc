@@ -9,6 +9,8 @@
 #include <cstring>
 #include <stdexcept>
 
+extern "C" char** environ;  // not every system's header declares it
+
 namespace {
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {

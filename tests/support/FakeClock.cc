@@ -23,14 +23,15 @@ FakeClock::~FakeClock() {
   Stopped().reset();
 }
 
-// The test program's definition wins over the system's.
-extern "C" int gettimeofday(timeval* __restrict now, void* __restrict) noexcept {
+// The test program's definition wins over the system's, whose declaration only some systems mark noexcept.
+extern "C" int gettimeofday(timeval* __restrict now,
+                            void* __restrict) noexcept(noexcept(gettimeofday(nullptr, nullptr))) {
   if (Stopped()) {
     *now = *Stopped();
   } else {
     timespec real{};
     clock_gettime(CLOCK_REALTIME, &real);
-    *now = timeval{real.tv_sec, real.tv_nsec / 1000};
+    *now = timeval{real.tv_sec, static_cast<suseconds_t>(real.tv_nsec / 1000)};
   }
   return 0;
 }
