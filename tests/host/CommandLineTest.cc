@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "host/Files.h"
+#include "host/Listing.h"
+#include "host/PinSource.h"
+#include "tests/host/FakeCard.h"
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+TEST(CommandLine, HelpEndsWithSuccess) {
+  const FakeCard card;
+  const ChildResult result = card.Host({"--help"});
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_NE(result.output.find("Exit status: 0 done"), std::string::npos);
+}
+
+class BadUsage : public ::testing::TestWithParam<Arguments> {};
+
+TEST_P(BadUsage, IsStatusTwoAndAsksNothing) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host(GetParam()).exitStatus, 2);
+  EXPECT_FALSE(card.Has("calls"));
+}
+
+INSTANTIATE_TEST_SUITE_P(CommandLine, BadUsage,
+                         ::testing::Values(Arguments{}, Arguments{"unheard-of"}, Arguments{"list", "--unheard-of"},
+                                           Arguments{"sign", "--key", "first"},
+                                           Arguments{"sign", "--key", "k", "--algorithm", "md5", "--in", "i", "--out",
+                                                     "o"},
+                                           Arguments{"agree", "--key", "k", "--peer", "p", "--size", "0", "--out", "o"},
+                                           Arguments{"agree", "--key", "k", "--peer", "p", "--size", "8",
+                                                     "--shared-info", "xy", "--out", "o"},
+                                           Arguments{"list", "--timeout", "0"}));
+
+TEST(CommandLine, KeysAreFoundByIdentifierInEitherCase) {
+  const FakeCard card;
+  for (const char* id : {"12a1", "12A1"})
+    EXPECT_EQ(card.Host({"sign", "--key", id, "--algorithm", "rsa-pkcs1-sha1", "--in", card.Path("message"), "--out",
+                         card.Path("out")})
+                  .exitStatus,
+              0);
+}
+
+struct Lookup {
+  const char* key;
+  const char* line;
+};
+
+void PrintTo(const Lookup& lookup, std::ostream* out) {
+  *out << lookup.key;
+}
+
+class Lookups : public ::testing::TestWithParam<Lookup> {};
+
+TEST_P(Lookups, ThatFindNoOneKeyAreStatusFour) {
+  const FakeCard card;
+  const ChildResult result =
+      card.Host({"decrypt", "--key", GetParam().key, "--in", card.Path("message"), "--out", card.Path("out")});
+  EXPECT_EQ(result.exitStatus, 4);
+  EXPECT_EQ(result.errors, GetParam().line);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLine, Lookups,
+    ::testing::Values(Lookup{"nobody", "ctkhost: no key is called 'nobody'; 'ctkhost list' shows them\n"},
+                      Lookup{"twin", "ctkhost: 2 keys are called 'twin'; use the identifier, or --reader\n"},
+                      Lookup{"11a1", "ctkhost: no key is called '11a1'; 'ctkhost list' shows them\n"}));
+
+TEST(CommandLine, ReadersAreShownWithAndWithoutACard) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host({"readers"}).output, "empty  Empty Reader\ncard   Test Reader\n");
+}
+
+TEST(CommandLine, AReaderOfAnotherNameIsStatusThree) {
+  const FakeCard card;
+  const ChildResult result = card.Host({"list", "--reader", "None"});
+  EXPECT_EQ(result.exitStatus, 3);
+  EXPECT_EQ(result.errors, "ctkhost: no reader is called 'None'; 'ctkhost readers' shows them\n");
+}
+
+TEST(CommandLine, AnEmptyReaderIsStatusThree) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host({"list", "--reader", "Empty Reader"}).exitStatus, 3);
+}
+
+TEST(CommandLine, ListPrintsTheItemsAsJson) {
+  const FakeCard card;
+  const auto tokens = nlohmann::json::parse(card.Host({"--json", "list"}).output);
+  ASSERT_EQ(tokens.size(), 1u);
+  EXPECT_EQ(tokens[0]["instanceID"], "QEL-FAKE");
+  EXPECT_EQ(tokens[0]["items"][1]["objectID"], "12a1");
+  EXPECT_EQ(tokens[0]["items"][1]["capabilities"], nlohmann::json({"sign", "decrypt", "login"}));
+  EXPECT_EQ(tokens[0]["items"][1]["constraints"]["sign"], "PINAlways");
+}
+
+TEST(CommandLine, ExportWritesTheCertificateAsPem) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host({"export", "--certificate", "first", "--out", card.Path("out")}).exitStatus, 0);
+  EXPECT_EQ(card.Text("out"), "-----BEGIN CERTIFICATE-----\nMAA=\n-----END CERTIFICATE-----\n");
+}
+
+TEST(CommandLine, APlaintextMayBeReadByItsOwnerOnly) {
+  const FakeCard card;
+  ASSERT_EQ(
+      card.Host({"decrypt", "--key", "first", "--in", card.Path("message"), "--out", card.Path("out")}).exitStatus, 0);
+  struct stat status = {};
+  ASSERT_EQ(stat(card.Path("out").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST(CommandLine, AFileThatWasThereStaysAsItWasWhenSigningFails) {
+  const FakeCard card;
+  card.Write("out", "older");
+  card.Script("signData", {"none"});
+  card.Sign();
+  EXPECT_EQ(card.Text("out"), "older");
+}
+
+TEST(CommandLine, ThePinIsNeverShown) {
+  const FakeCard card;
+  card.Script("signData", {"error CryptoTokenKit -9", "ok"});
+  std::vector<std::string> arguments = card.SignArguments();
+  arguments.insert(arguments.begin(), {"--verbose", "--pin-file", card.Path("pin")});
+  const ChildResult result = RunChild(QEL_CTKHOST, arguments, card.Environment());
+  ASSERT_EQ(result.exitStatus, 0);
+  EXPECT_NE(result.errors.find("-> finishAuth smartCardPIN"), std::string::npos);
+  EXPECT_EQ((result.output + result.errors).find("1234"), std::string::npos);
+}
+
+TEST(CommandLine, AMissingPinFileIsNamed) {
+  const FakeCard card;
+  card.Script("signData", {"error CryptoTokenKit -9"});
+  std::filesystem::remove(card.Path("pin"));
+  const ChildResult result = card.Sign();
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.errors,
+            "ctkhost: the PIN file " + card.Path("pin") + " cannot be read: No such file or directory\n");
+}
+
+TEST(CommandLine, WithoutATerminalItSaysHowElseToGiveThePin) {
+  const FakeCard card;
+  card.Script("signData", {"error CryptoTokenKit -9"});
+  std::vector<std::string> arguments = card.SignArguments();
+  arguments.insert(arguments.begin(), {"--wait", QEL_CTKHOST});
+  const ChildResult result = RunChild("/usr/bin/setsid", arguments, card.Environment());
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.errors, "ctkhost: no terminal to ask for the PIN on; use --pin-file FILE\n");
+}
+
+struct PinFile {
+  std::string content, pin;
+};
+
+TEST(PinSource, TakesTheFirstLineWithoutItsEnd) {
+  const FakeCard card;
+  for (const auto& [content, pin] : {PinFile{"1234", "1234"},
+                                     {"1234\n", "1234"},
+                                     {"1234\r\n", "1234"},
+                                     {"1234\n5678\n", "1234"},
+                                     {"\n", ""},
+                                     {" 12 \n", " 12 "},
+                                     {"", ""},
+                                     {std::string(1023, 'x') + "\n", std::string(1023, 'x')}}) {
+    card.Write("pin", content);
+    const Wire::Attachment read = Host::PinSource(card.Path("pin")).Read(std::nullopt);
+    EXPECT_EQ(std::string(read.data(), read.data() + read.size()), pin);
+  }
+}
+
+TEST(PinSource, RefusesALineThatIsTooLongForAPin) {
+  const FakeCard card;
+  card.Write("pin", std::string(1024, 'x') + "\n");
+  EXPECT_THROW(Host::PinSource(card.Path("pin")).Read(std::nullopt), Host::Failure);
+}
+
+TEST(Listing, ALongLabelIsCutAndAControlCharacterIsNotShown) {
+  EXPECT_EQ(Host::ForTerminal("a\x1b[2Jb", 10), "a?[2Jb");
+  EXPECT_EQ(Host::ForTerminal("abcdefgh", 8), "abcdefgh");
+  EXPECT_EQ(Host::ForTerminal("abcdefghi", 8), "abcde...");
+  EXPECT_EQ(Host::ForTerminal("äöüäöüäöü", 8), "äöüäö...");
+}
+
+TEST(Listing, NoLineIsLongerThanEightyColumns) {
+  Wire::Item item;
+  item.objectID = "1201";
+  item.label = std::string(200, 'x');
+  item.constraints[Wire::Operation::SignData] = std::string(200, 'y');
+  const std::string text = Host::TokenText(std::string(100, 'r'), "QEL-1", {item});
+  size_t longest = 0, start = 0;
+  for (size_t end = text.find('\n'); end != std::string::npos; start = end + 1, end = text.find('\n', start))
+    longest = std::max(longest, end - start);
+  EXPECT_EQ(longest, 80u);
+}
+
+TEST(Files, AFailedWriteLeavesNothing) {
+  const FakeCard card;
+  EXPECT_THROW(Host::WriteWholeFile(card.Path("none/out"), {1}, Host::Secrecy::Public), Host::Failure);
+  EXPECT_FALSE(card.Has("none"));
+}
+
+TEST(Files, APathThatIsNoFileIsWrittenDirectly) {
+  Host::WriteWholeFile("/dev/null", {1}, Host::Secrecy::Private);
+  struct stat status = {};
+  ASSERT_EQ(stat("/dev/null", &status), 0);
+  EXPECT_TRUE(S_ISCHR(status.st_mode));
+}
+
+}  // namespace
