@@ -28,6 +28,8 @@ CASES = [
     ("exception_handlers", "token/A.cc", "void f() { try { g(); } catch (const E& e) {} }\n", "// catch (this)\n"),
     ("exception_handlers", "pkcs11/CatchTokenException.cc", "try {} catch (A&) {} catch (B&) {}\n", "try {} catch (A&) {}\n"),
     ("exception_handlers", "token/A.mm", "@try { f(); } @catch (NSException *e) {}\n", "f();\n"),
+    ("confined_interfaces", "token/A.mm", "SecAsn1CoderRelease(coder);\n", "// SecAsn1CoderRelease\n"),
+    ("confined_interfaces", "token/B.mm", "SecAsn1Item item;\n", "SecCertificateRef item;\n"),
     ("forbidden_words", "docs/a.md", "As the spec" + "ification says.\n", "As the standard says.\n"),
     ("forbidden_words", "docs/a.md", "See Part " + "1.5.\n", "Part 1 of 2.\n"),
     ("forbidden_words", "util/A.cc", "// TO" + "DO: later\n", "// later\n"),

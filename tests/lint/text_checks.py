@@ -87,6 +87,17 @@ def exception_handlers(tree):
             yield f"{name}:{objc[-1][0]}: {len(objc)} @catch, {OBJC_HANDLERS.get(name, 0)} allowed here"
 
 
+# Interfaces that one file only may call: macOS 12 deprecates the ASN.1 coder, so its replacement must stay one edit.
+CONFINED = {r"\bSecAsn1\w+": "token/EcdsaSignature.mm"}
+
+
+def confined_interfaces(tree):
+    for name in tree.sources(*PRODUCT):
+        for pattern, home in CONFINED.items():
+            for line, found in matches(pattern, tree.code(name)) if name != home else ():
+                yield f"{name}:{line}: {found.group(0)} is called in {home} only"
+
+
 def forbidden_words(tree):
     patterns = [
         (r"(?i)\bspec[i]fications?\b", "names a document"),
@@ -172,6 +183,7 @@ CHECKS = {
     "include_arrows": include_arrows,
     "platform_conditionals": platform_conditionals,
     "exception_handlers": exception_handlers,
+    "confined_interfaces": confined_interfaces,
     "forbidden_words": forbidden_words,
     "file_sizes": file_sizes,
     "tests_have_a_target": tests_have_a_target,
