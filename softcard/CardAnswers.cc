@@ -37,6 +37,8 @@ CK_RV CardGetTokenInfo(CK_SLOT_ID slot, CK_TOKEN_INFO* info) {
   const auto place = Cards::Shared().Find(slot);
   if (result != CKR_OK || !place || !place->card) return result;
   if (!place->card->serial.empty()) Pad(place->card->serial, info->serialNumber);
+  // SoftHSM2 notes a wrong PIN too, but never forgets it before a right one: the card's own counter is what holds.
+  info->flags &= ~(CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_FINAL_TRY | CKF_USER_PIN_LOCKED);
   info->flags |= PinFlags(*place->card, place->card->tokens[place->token]);
   return CKR_OK;
 }

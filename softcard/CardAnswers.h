@@ -14,7 +14,6 @@ CK_RV CardOpenSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOT
 CK_RV CardCloseSession(CK_SESSION_HANDLE session);
 CK_RV CardCloseAllSessions(CK_SLOT_ID slot);
 CK_RV CardGetSessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* info);
-CK_RV CardWaitForSlotEvent(CK_FLAGS flags, CK_SLOT_ID* slot, void* reserved);
 
 /// The vendor function: writes the slot type of the inserted card on every call, the default type where there is
 /// none. CKR_SLOT_ID_INVALID for a slot that does not exist, the type written all the same.

@@ -43,7 +43,6 @@ CK_FUNCTION_LIST OwnAnswers() {
   own.C_CloseSession = CardCloseSession;
   own.C_CloseAllSessions = CardCloseAllSessions;
   own.C_GetSessionInfo = CardGetSessionInfo;
-  own.C_WaitForSlotEvent = CardWaitForSlotEvent;
   own.C_Login = CardLogin;
   own.C_SetPIN = CardSetPIN;
   own.C_InitPIN = CardInitPIN;
@@ -51,16 +50,24 @@ CK_FUNCTION_LIST OwnAnswers() {
   return own;
 }
 
+/// The file of the call trace; empty: none is asked for, or the state cannot be read, which the call itself will say.
+std::string TraceFile() {
+  const char* chosen = std::getenv("QEL_SOFTCARD_TRACE");
+  if (chosen && *chosen) return chosen;
+  try {
+    return Cards::Shared().Now()->trace;
+  } catch (const std::exception&) {
+    return {};
+  }
+}
+
 /// Runs `call`, lets nothing escape into the C caller, and writes the trace line.
 template <typename Call, typename... Arguments>
 CK_RV Run(const char* name, const char* arguments, const Call& call, Arguments... values) {
   CK_RV result = CKR_GENERAL_ERROR;
-  std::string trace;
+  const auto trace = TraceFile();
   TraceLine line(name, arguments);
   try {
-    const auto state = Cards::Shared().Now();
-    const char* chosen = std::getenv("QEL_SOFTCARD_TRACE");
-    trace = chosen && *chosen ? chosen : state->trace;
     result = call();
   } catch (const std::bad_alloc&) {
     result = CKR_HOST_MEMORY;

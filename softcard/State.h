@@ -27,10 +27,10 @@ struct Token {
 
 struct Card {
   std::string name;
-  std::string serial;  ///< What the token information answers; empty: the serial number beneath.
+  std::string serial = {};  ///< What the token information answers; empty: the serial number beneath.
   bool pinPad = false;
   unsigned long slotType = kDefaultSlotType;
-  std::vector<Token> tokens;
+  std::vector<Token> tokens = {};
 };
 
 struct Reader {

@@ -1,0 +1,81 @@
+#ifndef TESTS_SOFTCARD_SOFTCARDFIXTURE_H
+#define TESTS_SOFTCARD_SOFTCARDFIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "softcard/Beneath.h"
+#include "softcard/Client.h"
+#include "softcard/Commands.h"
+#include "softcard/Names.h"
+#include "softcard/Personalise.h"
+#include "tests/softcard/TemporaryDirectory.h"
+
+/// Compares return values by name.
+#define EXPECT_CKR(expected, actual) EXPECT_EQ(SoftCard::ResultName(expected), SoftCard::ResultName(actual))
+#define ASSERT_CKR(expected, actual) ASSERT_EQ(SoftCard::ResultName(expected), SoftCard::ResultName(actual))
+
+inline constexpr char kPin[] = "canary-4711-pin";
+inline constexpr char kReaderName[] = "Test Reader 00";
+
+/// A state folder of the test's own, and the soft card's library once it is asked for.
+class SoftCardFixture : public ::testing::Test {
+ protected:
+  /// Makes a card with the given keys; the PIN is kPin.
+  void Make(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
+    SoftCard::Personalise(m_directory, SOFTCARD_LIBRARY, {std::move(card), slots, kPin, std::move(keys), {}});
+  }
+  void MakeAndInsert(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
+    const auto name = card.name;
+    Make(std::move(card), std::move(keys), slots);
+    SoftCard::Insert(m_directory, name, kReaderName);
+  }
+
+  /// The library, loaded and initialized on first use.
+  SoftCard::Pkcs11Library& Library() {
+    if (!m_library) m_library.emplace(SOFTCARD_LIBRARY);
+    return *m_library;
+  }
+  void Unload() { m_library.reset(); }
+
+  CK_SLOT_ID FirstSlot() { return Library().Slots().at(0); }
+
+  CK_SESSION_HANDLE Open() {
+    CK_SESSION_HANDLE session = CK_INVALID_HANDLE;
+    SoftCard::Require("C_OpenSession", Library()->C_OpenSession(FirstSlot(), CKF_SERIAL_SESSION | CKF_RW_SESSION,
+                                                                nullptr, nullptr, &session));
+    return session;
+  }
+
+  CK_RV Login(CK_SESSION_HANDLE session, std::string pin) {
+    return Library()->C_Login(session, CKU_USER, reinterpret_cast<CK_UTF8CHAR*>(pin.data()), pin.size());
+  }
+
+  CK_TOKEN_INFO TokenInfo() {
+    CK_TOKEN_INFO info{};
+    SoftCard::Require("C_GetTokenInfo", Library()->C_GetTokenInfo(FirstSlot(), &info));
+    return info;
+  }
+
+  /// The first object of that class; CK_INVALID_HANDLE when there is none.
+  CK_OBJECT_HANDLE Find(CK_SESSION_HANDLE session, CK_OBJECT_CLASS type) {
+    SoftCard::Attributes wanted;
+    wanted.AddNumber(CKA_CLASS, type);
+    CK_OBJECT_HANDLE found = CK_INVALID_HANDLE;
+    CK_ULONG count = 0;
+    SoftCard::Require("C_FindObjectsInit", Library()->C_FindObjectsInit(session, wanted.Data(), wanted.Count()));
+    SoftCard::Require("C_FindObjects", Library()->C_FindObjects(session, &found, 1, &count));
+    SoftCard::Require("C_FindObjectsFinal", Library()->C_FindObjectsFinal(session));
+    return found;
+  }
+
+  TemporaryDirectory m_temporary;
+  const std::filesystem::path m_directory = m_temporary.Path() / "state";
+
+ private:
+  const SoftCard::ScopedEnvironment m_environment{"QEL_SOFTCARD_DIR", m_directory.string()};
+  std::optional<SoftCard::Pkcs11Library> m_library;
+};
+
+#endif
