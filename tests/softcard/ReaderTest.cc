@@ -158,6 +158,16 @@ TEST_F(SoftCardReader, ACardMadeAfterTheStartIsSeenOnceNoSessionIsOpen) {
   EXPECT_EQ(Unpadded(info.label), "later");
 }
 
+TEST_F(SoftCardReader, AProcessThatFinalizesInItsStaticDestructorsEndsCleanly) {
+  MakeAndInsert({"demo"});
+  const auto endWithTheLibraryInUse = [] {
+    static const Pkcs11Library library(SOFTCARD_LIBRARY);
+    static const LoggedInSession session(library, 0, CKU_USER, kPin);
+    std::exit(0);
+  };
+  EXPECT_EXIT(endWithTheLibraryInUse(), ::testing::ExitedWithCode(0), "");
+}
+
 TEST_F(SoftCardReader, AStateThatCannotBeReadFailsTheCallAndNothingElse) {
   MakeAndInsert({"demo"});
   const auto session = Open();
