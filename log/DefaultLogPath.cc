@@ -4,6 +4,7 @@
 
 namespace QELTok {
 
+// First called while the program is loaded, by the token log's own static.
 const std::string& DefaultLogPath() {
   static const std::string path = [] {
     const char* home = std::getenv("HOME");
@@ -11,12 +12,5 @@ const std::string& DefaultLogPath() {
   }();
   return path;
 }
-
-namespace {
-
-/// Reads HOME while the program is loaded; a later change of the environment does not move the log.
-[[maybe_unused]] const std::string& g_readAtLoad = DefaultLogPath();
-
-}  // namespace
 
 }  // namespace QELTok

@@ -280,6 +280,30 @@ TEST_F(FileProvider, LeavesNoDescriptorOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
+/// How often this process has called write.
+long WriteCalls() {
+  std::ifstream counters("/proc/self/io");
+  std::string name;
+  long value = 0;
+  while (counters >> name >> value) {
+    if (name == "syscw:") return value;
+  }
+  ADD_FAILURE() << "the system does not count";
+  return 0;
+}
+
+TEST_F(FileProvider, WritesALineOfAnyLengthWithOneCall) {
+  Configure(5);
+  for (const size_t length : {1u, 100u, 5000u, 70000u}) {
+    const HLOGGER logger = Logger();
+    const std::wstring text(length, L'x');
+    const long before = WriteCalls();
+    m_log.info(logger, text.c_str());
+    EXPECT_EQ(WriteCalls() - before, 1) << length << " characters";
+    m_log.destroy(logger);
+  }
+}
+
 TEST_F(FileProvider, HandleBeginsWithSizeMagicLevelPathAndName) {
   struct Record {  // the layout that a handle points to
     uint64_t size;
