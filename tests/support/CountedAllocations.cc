@@ -4,10 +4,20 @@
 #include <cstdlib>
 #include <new>
 
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define QEL_SANITIZED_MEMORY 1
+#include <sanitizer/allocator_interface.h>
+#endif
+
 namespace {
 
 thread_local size_t t_count = 0;
 thread_local size_t t_largest = 0;
+
+void Note(size_t size) {
+  ++t_count;
+  t_largest = std::max(t_largest, size);
+}
 
 }  // namespace
 
@@ -24,10 +34,17 @@ size_t CountedAllocations::Largest() const {
   return t_largest;
 }
 
+#ifdef QEL_SANITIZED_MEMORY
+
+// A sanitizer defines operator new itself and tells whoever asks.
+[[maybe_unused]] static const int installed = __sanitizer_install_malloc_and_free_hooks(
+    [](const volatile void*, size_t size) { Note(size); }, [](const volatile void*) {});
+
+#else
+
 // The test program's definitions win over the library's.
 void* operator new(size_t size) {
-  ++t_count;
-  t_largest = std::max(t_largest, size);
+  Note(size);
   void* const memory = std::malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
@@ -38,3 +55,5 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, size_t) noexcept {
   std::free(memory);
 }
+
+#endif

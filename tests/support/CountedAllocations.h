@@ -2,7 +2,8 @@
 
 #include <cstddef>
 
-/// Counts what this thread takes with operator new during the lifetime of the object.
+/// Counts what this thread takes with operator new (in a sanitized build with malloc too) during the lifetime of the
+/// object.
 class CountedAllocations {
  public:
   CountedAllocations();
