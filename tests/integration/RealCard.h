@@ -1,0 +1,48 @@
+#pragma once
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/support/ChildProcess.h"
+
+/// A soft card over SoftHSM2 in a reader of its own, in a folder of its own that is also the user's home. Removed at
+/// the end. The card's PIN is `Pin()`; the file "pin" holds it, the file "wrong" another.
+class RealCard {
+ public:
+  /// `options` are those of `softcard init`, such as "--key" and "p256". Throws std::runtime_error when it fails.
+  explicit RealCard(const std::vector<std::string>& options);
+  ~RealCard();
+  RealCard(const RealCard&) = delete;
+  RealCard& operator=(const RealCard&) = delete;
+
+  static std::string Pin() { return "canary-5318"; }
+
+  ChildResult SoftCard(const std::vector<std::string>& arguments) const;
+  /// With the right PIN.
+  ChildResult Host(const std::vector<std::string>& arguments) const;
+  ChildResult HostWithPinFile(const std::string& file, const std::vector<std::string>& arguments) const;
+  /// Signs "message" into "signature".
+  ChildResult Sign(const std::string& key, const std::string& algorithm, const std::string& pinFile = "pin") const;
+
+  /// What `list --json` prints: the items of the one token.
+  nlohmann::json Items() const;
+  /// The identifiers of the keys, in the token's order.
+  std::vector<std::string> KeyIDs() const;
+  /// The identifier of the only key.
+  std::string KeyID() const { return KeyIDs().at(0); }
+  /// Writes the public key of `key`, taken from the exported certificate, to a PEM file. Returns its path.
+  std::string ExportPublicKey(const std::string& key) const;
+
+  std::string Path(const std::string& file) const { return m_folder / file; }
+  bool Has(const std::string& file) const { return std::filesystem::exists(m_folder / file); }
+  std::string Text(const std::string& file) const;
+  void Write(const std::string& file, const std::string& text) const;
+  const std::filesystem::path& Folder() const { return m_folder; }
+
+ private:
+  ChildEnvironment Environment() const;
+
+  std::filesystem::path m_folder;
+};
