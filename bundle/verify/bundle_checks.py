@@ -151,6 +151,10 @@ def signature_defects(app, extension):
                 yield f"{piece.label}: {processor} is signed without the hardened runtime"
 
 
+def _numbers(version):
+    return [int(n) for n in version.split(".")]
+
+
 def makers_library_defects(extension, required):
     frameworks = extension.folder / "Contents" / "Frameworks"
     library = frameworks / MAKERS_LIBRARY
@@ -173,6 +177,8 @@ def makers_library_defects(extension, required):
             yield f"{MAKERS_LIBRARY}: {processor} is no dynamic library"
         if not any(s.name == "_C_GetFunctionList" and not s.undefined for s in image.symbols):
             yield f"{MAKERS_LIBRARY}: {processor} does not export C_GetFunctionList"
+        if image.minimum_system is None or _numbers(image.minimum_system) > _numbers(MINIMUM_SYSTEM):
+            yield f"{MAKERS_LIBRARY}: {processor} needs system {image.minimum_system}, the extension runs on {MINIMUM_SYSTEM}"
 
 
 def symbol_file_defects(app, extension):

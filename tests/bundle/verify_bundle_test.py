@@ -43,6 +43,7 @@ BROKEN_EXECUTABLES = [
 
 BROKEN_LIBRARIES = [
     ("one processor only", {"processors": ["x86_64"]}, "libQELTarnwellPkcs11.dylib: no code for arm64"),
+    ("made for a newer system", {"system": "12.0"}, "needs system 12.0, the extension runs on 11.5"),
     ("no function list", {"code": "int other;"}, "does not export C_GetFunctionList"),
     ("an executable", {"code": LIBRARY_CODE + APP_CODE, "dylib": False, "entry": "_main"}, "is no dynamic library"),
 ]
