@@ -3,6 +3,7 @@
 #import "token/NSExceptionSeam.h"
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
+#include "token/Trace.h"
 
 namespace {
 
@@ -37,6 +38,7 @@ NSError *ErrorForException(NSException *exception) {
 }
 
 - (BOOL)finishWithError:(NSError **)error {
+  QEL_TRACE_FUNCTION();
   BOOL success = NO;
   NSException *exception = CatchNSException([&] { success = FinishLogin(self, error); });
   if (exception == nil) return success;

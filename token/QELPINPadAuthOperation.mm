@@ -2,6 +2,7 @@
 
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
+#include "token/Trace.h"
 
 @implementation QELPINPadAuthOperation
 
@@ -14,6 +15,7 @@
 }
 
 - (BOOL)finishWithError:(NSError **)error {
+  QEL_TRACE_FUNCTION();
   return PerformLogin(m_session, nil, error);
 }
 

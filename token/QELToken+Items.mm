@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include "pkcs11/FindObjects.h"
+#import "pkcs11/Format.h"
 #import "token/Constraint.h"
 #import "token/KeyIdentifier.h"
 #import "token/NSData+QELAditions.h"
@@ -69,6 +70,11 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
   return key;
 }
 
+void Publish(TKTokenKeychainItem *item, NSMutableArray<TKTokenKeychainItem *> *items) {
+  [items addObject:item];
+  Utils::log(QELLog::Debug(), @"%@ %@ as %@", [item class], [item label], HexOfObjectID([item objectID]));
+}
+
 }  // namespace
 
 @implementation QELToken (Items)
@@ -110,14 +116,14 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
                                                         objectID:card.objectID] autorelease];
     if (certificateItem == nil) continue;
     [certificateItem setName:card.label];
-    [items addObject:certificateItem];
+    Publish(certificateItem, items);
 
     const std::vector<CK_BYTE> keyID = certificate.GetID();
     const auto publicKey = [self findPublicKeyWithID:keyID session:session];
     if (!publicKey) continue;
     TKTokenKeychainKey *keyItem =
         MakeKeyItem(*publicKey, card.certificate.get(), MakeObjectID(ObjectPrefix(kKeyKind, firstSlot), keyID));
-    if (keyItem != nil) [items addObject:keyItem];
+    if (keyItem != nil) Publish(keyItem, items);
   }
 }
 

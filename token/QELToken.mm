@@ -10,6 +10,7 @@
 #import "settings/QELSettings.h"
 #include "token/ProcessModules.h"
 #import "token/QELTokenSession.h"
+#include "token/Trace.h"
 
 namespace {
 
@@ -130,6 +131,7 @@ static void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
 #pragma mark - TKTokenDelegate
 
 - (nullable TKTokenSession *)token:(TKToken *)token createSessionWithError:(NSError **)error {
+  QEL_TRACE_FUNCTION();
   (void)token;
   (void)error;  // left untouched, also when there is no session
   return [QELTokenSession sessionWithToken:self];

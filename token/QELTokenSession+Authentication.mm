@@ -3,6 +3,7 @@
 #include "log/QELLog.h"
 #import "token/QELAuthOperation.h"
 #import "token/QELPINPadAuthOperation.h"
+#include "token/Trace.h"
 
 @implementation QELTokenSession (Authentication)
 
@@ -10,6 +11,7 @@
                           beginAuthForOperation:(TKTokenOperation)operation
                                      constraint:(TKTokenOperationConstraint)constraint
                                           error:(NSError **)error {
+  QEL_TRACE_FUNCTION();
   (void)session;
   (void)operation;
   (void)constraint;
