@@ -3,7 +3,6 @@
 #import "token/NSExceptionSeam.h"
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
-#include "token/Trace.h"
 
 namespace {
 
@@ -38,7 +37,6 @@ NSError *ErrorForException(NSException *exception) {
 }
 
 - (BOOL)finishWithError:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   BOOL success = NO;
   NSException *exception = CatchNSException([&] { success = FinishLogin(self, error); });
   if (exception == nil) return success;

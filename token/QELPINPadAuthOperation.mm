@@ -2,7 +2,6 @@
 
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
-#include "token/Trace.h"
 
 @implementation QELPINPadAuthOperation
 
@@ -15,7 +14,6 @@
 }
 
 - (BOOL)finishWithError:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   return PerformLogin(m_session, nil, error);
 }
 

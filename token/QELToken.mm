@@ -10,7 +10,6 @@
 #import "settings/QELSettings.h"
 #include "token/ProcessModules.h"
 #import "token/QELTokenSession.h"
-#include "token/Trace.h"
 
 namespace {
 
@@ -131,7 +130,6 @@ static void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
 #pragma mark - TKTokenDelegate
 
 - (nullable TKTokenSession *)token:(TKToken *)token createSessionWithError:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   (void)token;
   (void)error;  // left untouched, also when there is no session
   return [QELTokenSession sessionWithToken:self];

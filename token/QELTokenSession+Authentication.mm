@@ -3,7 +3,6 @@
 #include "log/QELLog.h"
 #import "token/QELAuthOperation.h"
 #import "token/QELPINPadAuthOperation.h"
-#include "token/Trace.h"
 
 @implementation QELTokenSession (Authentication)
 
@@ -11,7 +10,6 @@
                           beginAuthForOperation:(TKTokenOperation)operation
                                      constraint:(TKTokenOperationConstraint)constraint
                                           error:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   (void)session;
   (void)operation;
   (void)constraint;

@@ -5,7 +5,6 @@
 #import "token/CardOutput.h"
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
-#include "token/Trace.h"
 
 @interface QELTokenSession (DecryptionOnCard)
 - (nullable NSData *)decryptOnCard:(NSData *)ciphertext usingKey:(NSData *)keyID error:(NSError **)error;
@@ -18,7 +17,6 @@
                          usingKey:(TKTokenObjectID)keyObjectID
                         algorithm:(TKTokenKeyAlgorithm *)algorithm
                             error:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   (void)session;
   (void)algorithm;  // the one that is supported needs no telling apart
   return AtBoundary(error, [&] { return [self decryptOnCard:ciphertext usingKey:keyObjectID error:error]; });

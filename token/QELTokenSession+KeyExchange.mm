@@ -6,7 +6,6 @@
 #import "token/KeyDerivation.h"
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
-#include "token/Trace.h"
 
 @interface QELTokenSession (KeyExchangeOnCard)
 - (nullable NSData *)agreeOnCard:(KeyDerivation &)derivation
@@ -24,7 +23,6 @@
                           algorithm:(TKTokenKeyAlgorithm *)algorithm
                          parameters:(TKTokenKeyExchangeParameters *)parameters
                               error:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   (void)session;
   return AtBoundary(error, [&] {
     KeyDerivation derivation(algorithm, otherPartyPublicKeyData, [parameters sharedInfo]);

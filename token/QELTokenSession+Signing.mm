@@ -9,7 +9,6 @@
 #include "token/Pkcs1Padding.h"
 #import "token/SigningMechanism.h"
 #import "token/TokenKitErrors.h"
-#include "token/Trace.h"
 
 @interface QELTokenSession (SigningOnCard)
 - (nullable NSData *)signOnCard:(NSData *)data
@@ -30,7 +29,6 @@
                          usingKey:(TKTokenObjectID)keyObjectID
                         algorithm:(TKTokenKeyAlgorithm *)algorithm
                             error:(NSError **)error {
-  QEL_TRACE_FUNCTION();
   (void)session;
   return AtBoundary(error,
                     [&] { return [self signOnCard:dataToSign usingKey:keyObjectID algorithm:algorithm error:error]; });
