@@ -1,20 +1,17 @@
 #import "token/PerformLogin.h"
 
-#include <cstring>
-
 #include "log/QELLog.h"
 #include "pkcs11/CallResult.h"
 #include "pkcs11/FunctionList.h"
+#import "token/PinBytes.h"
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
 
 BOOL PerformLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
-  const char *bytes = [PIN UTF8String];
-  const CK_ULONG length = bytes != nullptr ? std::strlen(bytes) : 0;
-  auto *pin = reinterpret_cast<CK_UTF8CHAR *>(const_cast<char *>(bytes));
-
-  const CK_RV rv = CallWithPinPadDialog(
-      session, [&] { return PKCS11::Functions()->C_Login([[session hCurrentPair] hSession], CKU_USER, pin, length); });
+  PinBytes pin(PIN);
+  const CK_RV rv = CallWithPinPadDialog(session, [&] {
+    return PKCS11::Functions()->C_Login([[session hCurrentPair] hSession], CKU_USER, pin.Data(), pin.Length());
+  });
   QELLog::Info() << PKCS11::FormatValue("C_Login rv = %lu", rv);
 
   if ((rv & ~static_cast<CK_RV>(CKR_USER_ALREADY_LOGGED_IN)) != CKR_OK) {

@@ -63,6 +63,8 @@ class FakeCard : public Card {
   void ForceState(CK_STATE state) { m_forcedState = static_cast<int>(state); }
   /// Logs the user in on every session without a call.
   void LogIn();
+  /// Logs the user out again, without a call.
+  void LogOut() { m_loggedIn.clear(); }
   int OpenSessions() const { return static_cast<int>(m_sessions.size()); }
   /// Leaves open sessions unpunished, for tests that drop a card on purpose.
   void IgnoreLeftovers() { m_ignoreLeftovers = true; }

@@ -1,0 +1,382 @@
+#include <stdexcept>
+
+#include "tests/support/SystemLogLines.h"
+#include "tests/token/PassingException.h"
+#import "tests/token/SessionTest.h"
+#import "token/NSExceptionSeam.h"
+#import "token/PerformLogin.h"
+#import "token/QELAuthOperation.h"
+#import "token/QELPINPadAuthOperation.h"
+
+using TestCard::Call;
+using TestCard::Row;
+using TestCard::ScriptedCard;
+using Texts = std::vector<std::string>;
+
+/// A card whose connection cannot be marked: raises where a login marks it.
+@interface RaisingSmartCard : TKSmartCard
+@end
+
+@implementation RaisingSmartCard
+- (void)setSensitive:(BOOL)sensitive {
+  (void)sensitive;
+  [NSException raise:@"CardGone" format:@"the card is gone"];
+}
+@end
+
+namespace {
+
+/// Raises an exception that says nothing of why.
+void RaiseWithoutReason(Call &) {
+  [[NSException exceptionWithName:@"Mute" reason:nil userInfo:nil] raise];
+}
+
+void Raise(Call &) {
+  [NSException raise:@"Name" format:@"the reason"];
+}
+
+void Throw(Call &) {
+  throw std::runtime_error("from the card");
+}
+
+template <typename Operation>
+Operation *BegunOn(QELTokenSession *session) {
+  TKTokenAuthOperation *operation = [session tokenSession:session
+                                    beginAuthForOperation:TKTokenOperationSignData
+                                               constraint:@"PINAlways"
+                                                    error:nullptr];
+  EXPECT_TRUE([operation isMemberOfClass:[Operation class]]);
+  return (Operation *)operation;
+}
+
+}  // namespace
+
+/// A session whose user has not logged in, and the operation that a client gets for it.
+class KeyboardLogin : public SessionTest {
+ protected:
+  KeyboardLogin() {
+    m_card.LogOut();
+    m_operation = BegunOn<QELAuthOperation>(m_session);
+  }
+
+  bool LoginWith(NSString *PIN, NSError **error = nullptr) {
+    [m_operation setPIN:PIN];
+    return [m_operation finishWithError:error] != NO;
+  }
+
+  QELAuthOperation *m_operation;
+};
+
+class PinPadLogin : public PinPadTest {
+ protected:
+  PinPadLogin() {
+    m_card.LogOut();
+    m_operation = BegunOn<QELPINPadAuthOperation>(m_session);
+  }
+
+  bool Login(NSError **error = nullptr) { return [m_operation finishWithError:error] != NO; }
+
+  QELPINPadAuthOperation *m_operation;
+};
+
+#pragma mark - The operation
+
+TEST_F(KeyboardLogin, OperationIsForThePlatformToAskThePinWithoutAnApdu) {
+  EXPECT_EQ([m_operation session], m_session);
+  EXPECT_EQ([m_operation smartCard], [m_session smartCard]);
+  EXPECT_NE([m_operation smartCard], nil);
+  EXPECT_EQ([m_operation APDUTemplate], nil);
+  EXPECT_EQ(m_log.Infos(), Texts{"Non pin pad reader ready to auth"});
+}
+
+TEST_F(PinPadLogin, OperationAsksForNoPinOnTheComputer) {
+  EXPECT_EQ([m_operation session], m_session);
+  EXPECT_FALSE([m_operation isKindOfClass:[TKTokenSmartCardPINAuthOperation class]]);
+  EXPECT_EQ(m_log.Infos(), Texts{"Pin pad reader ready to auth"});
+}
+
+TEST_F(KeyboardLogin, NeitherOperationNorConstraintIsLookedAt) {
+  NSError *error = UntouchedError();
+  for (const TKTokenOperation operation : {TKTokenOperationNone, TKTokenOperationPerformKeyExchange}) {
+    EXPECT_NE([m_session tokenSession:m_session beginAuthForOperation:operation constraint:@"another" error:&error],
+              nil);
+  }
+  EXPECT_EQ(error, UntouchedError());
+}
+
+TEST_F(KeyboardLogin, OperationKeepsItsSessionAlive) {
+  const LiveObjects operations([QELAuthOperation class]);
+  QELAuthOperation *operation = nil;
+  const long before = m_sessions.Growth();
+  @autoreleasepool {
+    operation = [BegunOn<QELAuthOperation>(MakeSession(m_token)) retain];
+  }
+  EXPECT_EQ(m_sessions.Growth(), before + 1);
+  [operation release];
+  EXPECT_EQ(m_sessions.Growth(), before);
+}
+
+TEST_F(PinPadLogin, OperationKeepsItsSessionAlive) {
+  const LiveObjects operations([QELPINPadAuthOperation class]);
+  QELPINPadAuthOperation *operation = nil;
+  const long before = m_sessions.Growth();
+  @autoreleasepool {
+    operation = [BegunOn<QELPINPadAuthOperation>(MakeSession(m_token)) retain];
+  }
+  EXPECT_EQ(m_sessions.Growth(), before + 1);
+  [operation release];
+  EXPECT_EQ(m_sessions.Growth(), before);
+}
+
+#pragma mark - Typed on the keyboard
+
+TEST_F(KeyboardLogin, ARightPinIsSentTwiceAndTheSecondTimeTheUserIsLoggedInAlready) {
+  EXPECT_TRUE(LoginWith(@"1234"));
+  EXPECT_EQ(m_card.Calls(), (Texts{"C_Login session=101 user=1 pin=given", "C_Login session=101 user=1 pin=given"}));
+  EXPECT_EQ(m_card.pins, (std::vector<Bytes>{TestCard::Text("1234"), TestCard::Text("1234")}));
+  EXPECT_EQ(m_log.Infos(), (Texts{"Non pin pad reader ready to auth", "C_Login rv = 0", "C_Login rv = 256"}));
+  EXPECT_EQ(m_dialog.Calls(), Texts{});
+}
+
+TEST_F(KeyboardLogin, ALoginMarksTheCardsConnection) {
+  EXPECT_FALSE([[m_session smartCard] sensitive]);
+  EXPECT_TRUE(LoginWith(@"1234"));
+  EXPECT_TRUE([[m_session smartCard] sensitive]);
+  EXPECT_EQ([[m_session smartCard] context], [NSNumber numberWithBool:YES]);
+}
+
+TEST_F(KeyboardLogin, AWrongPinIsSentTwiceAndReportedAsABadParameter) {
+  NSError *error = nil;
+  EXPECT_FALSE(LoginWith(@"0000", &error));
+  EXPECT_TRUE(IsErrorOf(TKErrorCodeBadParameter, error));
+  EXPECT_EQ(m_card.Count("C_Login"), 2);
+  EXPECT_FALSE([[m_session smartCard] sensitive]);
+  EXPECT_EQ([[m_session smartCard] context], nil);
+}
+
+TEST_F(KeyboardLogin, ASecondLoginSucceedsWhateverPinIsGiven) {
+  EXPECT_TRUE(LoginWith(@"1234"));
+  NSError *error = UntouchedError();
+  EXPECT_TRUE(LoginWith(@"wrong", &error));
+  EXPECT_EQ(error, UntouchedError());
+}
+
+TEST_F(KeyboardLogin, ALockedPinGivesNoErrorObject) {
+  m_card.Fail("C_Login", CKR_PIN_LOCKED, 0);
+  NSError *error = UntouchedError();
+  EXPECT_FALSE(LoginWith(@"1234", &error));
+  EXPECT_EQ(error, UntouchedError());
+  EXPECT_EQ(m_log.Infos().back(), "C_Login rv = 164");
+}
+
+TEST_F(KeyboardLogin, TheSecondCallDecides) {
+  ScriptedCard rightThenWrong({{"C_Login"}, {"C_Login", CKR_PIN_INCORRECT}});
+  NSError *error = nil;
+  EXPECT_FALSE(LoginWith(@"1234", &error));
+  EXPECT_TRUE(IsErrorOf(TKErrorCodeBadParameter, error));
+}
+
+TEST_F(KeyboardLogin, PinIsSentInItsUtf8Bytes) {
+  LoginWith([NSString stringWithUTF8String:"p\xC3\xA4ss-\xE2\x82\xAC"]);
+  EXPECT_EQ(m_card.pins.front(), TestCard::Text("p\xC3\xA4ss-\xE2\x82\xAC"));
+}
+
+TEST_F(KeyboardLogin, AnEmptyPinIsSentWithAPointerAndNoLength) {
+  LoginWith(@"");
+  EXPECT_EQ(m_card.pins.front(), Bytes{});
+  EXPECT_FALSE(m_card.pinWasNull.front());
+}
+
+TEST_F(KeyboardLogin, APinThatWasNotSetIsSentAsNone) {
+  LoginWith(nil);
+  EXPECT_TRUE(m_card.pinWasNull.front());
+}
+
+TEST_F(KeyboardLogin, ALongPinIsSentWhole) {
+  LoginWith([@"" stringByPaddingToLength:5000 withString:@"0123456789" startingAtIndex:0]);
+  EXPECT_EQ(m_card.pins.front().size(), 5000u);
+}
+
+TEST_F(KeyboardLogin, TheFirstCallIsReportedInTheSystemLog) {
+  NSError *error = nil;
+  LoginWith(@"0000", &error);
+  EXPECT_EQ(SystemLogLines(m_systemLog),
+            Texts{std::string("NSLog: [CTK] finishWithError success: 0, error: ") + [[error description] UTF8String]});
+}
+
+TEST_F(KeyboardLogin, AnAbsentErrorIsReportedAsNone) {
+  NSError *error = nil;
+  LoginWith(@"1234", &error);
+  LoginWith(@"1234", nullptr);
+  EXPECT_EQ(SystemLogLines(m_systemLog), (Texts{"NSLog: [CTK] finishWithError success: 1, error: (null)",
+                                                "NSLog: [CTK] finishWithError success: 1, error: (null)"}));
+}
+
+TEST_F(KeyboardLogin, NoLogHoldsThePin) {
+  LoginWith(@"834291");
+  LoginWith(@"834291");
+  m_card.LogOut();
+  LoginWith(@"834291");
+  for (const std::string &text : m_systemLog.Texts()) EXPECT_EQ(text.find("834291"), std::string::npos) << text;
+  for (const auto &[level, text] : m_log.Lines()) EXPECT_EQ(text.find("834291"), std::string::npos) << text;
+}
+
+#pragma mark - Typed on the reader
+
+TEST_F(PinPadLogin, SendsNoPinAndShowsTheDialogAroundTheLogin) {
+  EXPECT_TRUE(Login());
+  EXPECT_EQ(m_card.Calls(),
+            (Texts{"C_GetSlotType slot=7", "dialog show 8", "C_Login session=101 user=1 pin=none", "dialog hide"}));
+  EXPECT_EQ(m_card.pinWasNull, std::vector<bool>{true});
+  EXPECT_EQ(m_card.pins, std::vector<Bytes>{Bytes{}});
+  EXPECT_EQ(m_log.Infos(), (Texts{"Pin pad reader ready to auth", "C_Login rv = 0"}));
+  EXPECT_EQ(m_systemLog.Texts(), Texts{});
+  EXPECT_TRUE([[m_session smartCard] sensitive]);
+  EXPECT_EQ([[m_session smartCard] context], [NSNumber numberWithBool:YES]);
+}
+
+TEST_F(PinPadLogin, APinGivenAllTheSameIsSentUnderTheDialog) {
+  EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
+  EXPECT_EQ(m_card.pins, std::vector<Bytes>{TestCard::Text("1234")});
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
+}
+
+TEST_F(PinPadLogin, SlotTypesChooseTheDialog) {
+  for (const auto &[slotType, shown] :
+       {std::pair{0x80000002UL, "show 8"}, {0x80000003UL, "show 32"}, {0x80000001UL, "show 1"}, {0UL, "show 1"}}) {
+    const DialogRecorder dialog;
+    m_card.Slots().front().slotType = slotType;
+    Login();
+    EXPECT_EQ(dialog.Calls(), (Texts{shown, "hide"}));
+  }
+}
+
+TEST_F(PinPadLogin, AFailingSlotTypeIsThePlainDialog) {
+  m_card.Fail("C_GetSlotType", CKR_FUNCTION_NOT_SUPPORTED);
+  EXPECT_TRUE(Login());
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 1", "hide"}));
+}
+
+TEST_F(PinPadLogin, TheDialogIsHiddenAfterEveryFailure) {
+  for (const CardResult &result : kCardResults) {
+    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", result.rv}});
+    NSError *error = UntouchedError();
+    EXPECT_FALSE(Login(&error));
+    EXPECT_TRUE(IsErrorOf(result.code, error));
+    EXPECT_EQ(script.Calls().back(), "dialog hide");
+    EXPECT_FALSE(m_dialog.IsVisible());
+  }
+}
+
+TEST_F(PinPadLogin, ExceptionsPassAndTheDialogIsHidden) {
+  NSError *error = UntouchedError();
+  {
+    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", CKR_OK, Raise}});
+    EXPECT_STREQ([[CatchNSException([&] { Login(&error); }) name] UTF8String], "Name");
+    EXPECT_EQ(script.Calls().back(), "dialog hide");
+  }
+  {
+    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", CKR_OK, Throw}});
+    EXPECT_EQ(PassingException([&] { Login(&error); }), "from the card");
+    EXPECT_EQ(script.Calls().back(), "dialog hide");
+  }
+  {
+    ScriptedCard script({{"C_GetSlotType", CKR_OK, Raise}});
+    EXPECT_STREQ([[CatchNSException([&] { Login(&error); }) name] UTF8String], "Name");
+    EXPECT_EQ(script.Calls().back(), "dialog hide") << "harmless when it is not shown";
+  }
+  EXPECT_EQ(error, UntouchedError());
+}
+
+#pragma mark - Results
+
+struct LoginResult {
+  CK_RV rv;
+  bool success;
+};
+
+TEST_F(PinPadLogin, OnlyTwoResultsAreALogin) {
+  for (const auto &[rv, success] : {LoginResult{CKR_OK, true},
+                                    {CKR_USER_ALREADY_LOGGED_IN, true},
+                                    {CKR_CANCEL, false},
+                                    {CKR_PIN_EXPIRED, false},
+                                    {CKR_USER_ANOTHER_ALREADY_LOGGED_IN, false},
+                                    {CKR_VENDOR_DEFINED | 0x100, false}}) {
+    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", rv}});
+    [[m_session smartCard] setSensitive:NO];
+    EXPECT_EQ(Login(), success) << rv;
+    EXPECT_EQ([[m_session smartCard] sensitive] != NO, success) << rv;
+    EXPECT_EQ(m_log.Infos().back(), "C_Login rv = " + std::to_string(rv));
+  }
+}
+
+TEST_F(KeyboardLogin, EveryFailureIsMappedWithAnOutPointerAndWithout) {
+  for (const CardResult &result : kCardResults) {
+    for (const bool withPointer : {true, false}) {
+      ScriptedCard script({{"C_Login", result.rv}, {"C_Login", result.rv}});
+      NSError *error = UntouchedError();
+      EXPECT_FALSE(LoginWith(@"1234", withPointer ? &error : nullptr));
+      EXPECT_TRUE(IsErrorOf(withPointer ? result.code : 0, error));
+    }
+  }
+  EXPECT_EQ(m_log.Errors(), Texts{});
+}
+
+#pragma mark - NSException
+
+TEST_F(KeyboardLogin, AnExceptionInEitherCallIsLoggedAndReported) {
+  for (const std::vector<Row> &rows :
+       {std::vector<Row>{{"C_Login", CKR_OK, Raise}}, {{"C_Login"}, {"C_Login", CKR_OK, Raise}}}) {
+    const SystemLog::Captured systemLog;
+    ScriptedCard script(rows);
+    NSError *error = nil;
+    EXPECT_FALSE(LoginWith(@"1234", &error));
+    EXPECT_TRUE(IsError(error, @"QELException", -1));
+    EXPECT_STREQ([[error localizedDescription] UTF8String], "the reason");
+    EXPECT_EQ(systemLog.Texts().back().rfind("[CTK] Exception in finishWithError: ", 0), 0u);
+    EXPECT_NE(systemLog.Texts().back().find("the reason"), std::string::npos);
+  }
+}
+
+TEST_F(KeyboardLogin, AnExceptionWithoutOutPointerIsLoggedAllTheSame) {
+  ScriptedCard script({{"C_Login", CKR_OK, Raise}});
+  EXPECT_FALSE(LoginWith(@"1234"));
+  EXPECT_EQ(m_systemLog.Texts().size(), 1u);
+}
+
+TEST_F(KeyboardLogin, AnExceptionWithoutReasonIsAnErrorWithoutDescription) {
+  ScriptedCard script({{"C_Login", CKR_OK, RaiseWithoutReason}});
+  NSError *error = nil;
+  EXPECT_FALSE(LoginWith(@"1234", &error));
+  EXPECT_TRUE(IsError(error, @"QELException", -1));
+  EXPECT_EQ([[error userInfo] count], 0u);
+}
+
+TEST_F(KeyboardLogin, AnExceptionOfThePlatformsCardIsReported) {
+  TKSmartCard *smartCard =
+      [[[RaisingSmartCard alloc] initWithSlot:[TKSmartCardSlot slotWithName:@"Example Reader 0"]] autorelease];
+  QELAuthOperation *operation = BegunOn<QELAuthOperation>(MakeSession(MakeToken(nullptr, smartCard)));
+  [operation setPIN:@"1234"];
+  NSError *error = nil;
+  EXPECT_FALSE([operation finishWithError:&error]);
+  EXPECT_TRUE(IsError(error, @"QELException", -1));
+  EXPECT_STREQ([[error localizedDescription] UTF8String], "the card is gone");
+}
+
+TEST_F(KeyboardLogin, CppExceptionsPass) {
+  ScriptedCard script({{"C_Login", CKR_OK, Throw}});
+  EXPECT_EQ(PassingException([&] { LoginWith(@"1234"); }), "from the card");
+}
+
+#pragma mark - The pair that is logged in
+
+class LoginOnTwoSlots : public TwoSlotTest {};
+
+TEST_F(LoginOnTwoSlots, IsMadeOnThePairOfTheLastOperation) {
+  m_card.LogOut();
+  EXPECT_EQ(Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02})), nil);
+  m_card.ClearCalls();
+  EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
+  EXPECT_EQ(m_card.Calls(), Texts{"C_Login session=102 user=1 pin=given"});
+  EXPECT_NE(Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02})), nil);
+}

@@ -1,0 +1,72 @@
+#import "token/PinBytes.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <optional>
+
+#include "tests/support/ProcessMemory.h"
+
+namespace {
+
+/// The bytes that a card would get; nothing when it would get none.
+std::optional<std::string> Sent(NSString *PIN) {
+  PinBytes pin(PIN);
+  if (pin.Data() == nullptr) return std::nullopt;
+  return std::string(reinterpret_cast<const char *>(pin.Data()), pin.Length());
+}
+
+/// A PIN that Foundation does not keep in UTF-8: what is found in that form came from the conversion.
+std::string Canary() {
+  return std::string("\xC3\xA9") + "-canary-\xE2\x82\xAC-" + std::to_string(getpid());
+}
+
+}  // namespace
+
+TEST(PinBytes, AreExactlyTheUtf8Bytes) {
+  EXPECT_EQ(Sent(@"1234"), "1234");
+  EXPECT_EQ(Sent(@" 1 2\n"), " 1 2\n");
+  EXPECT_EQ(Sent([NSString stringWithUTF8String:"p\xC3\xA4ss-\xE2\x82\xAC-\xF0\x9F\x94\x91"]),
+            "p\xC3\xA4ss-\xE2\x82\xAC-\xF0\x9F\x94\x91");
+}
+
+TEST(PinBytes, AreNotNormalised) {
+  EXPECT_EQ(Sent([NSString stringWithUTF8String:"e\xCC\x81"]), "e\xCC\x81");
+  EXPECT_EQ(Sent([NSString stringWithUTF8String:"\xC3\xA9"]), "\xC3\xA9");
+}
+
+TEST(PinBytes, HaveNoLimit) {
+  const std::string longPin(100000, '7');
+  EXPECT_EQ(Sent([NSString stringWithUTF8String:longPin.c_str()]), longPin);
+}
+
+TEST(PinBytes, AnEmptyPinHasAPointerAndNoLength) {
+  EXPECT_EQ(Sent(@""), "");
+}
+
+TEST(PinBytes, NoPinHasNeitherPointerNorLength) {
+  PinBytes pin(nil);
+  EXPECT_EQ(pin.Data(), nullptr);
+  EXPECT_EQ(pin.Length(), 0u);
+}
+
+TEST(PinBytes, EndAtAZeroByte) {
+  const unichar text[] = {'1', 0, '2'};
+  EXPECT_EQ(Sent([NSString stringWithCharacters:text length:3]), "1");
+}
+
+TEST(PinBytes, TextThatUtf8CannotHoldIsNoPin) {
+  const unichar text[] = {'1', 0xD800, '2'};
+  EXPECT_EQ(Sent([NSString stringWithCharacters:text length:3]), std::nullopt);
+}
+
+TEST(PinBytes, LeaveNothingInMemory) {
+  std::string canary = Canary();
+  NSString *PIN = [NSString stringWithUTF8String:canary.c_str()];
+  const HiddenText hidden(canary);
+  {
+    PinBytes pin(PIN);
+    EXPECT_EQ(CopiesInMemory(getpid(), hidden), 1) << "while they are used";
+  }
+  EXPECT_EQ(CopiesInMemory(getpid(), hidden), 0);
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <vector>
+
+#include "pkcs11/Cryptoki.h"
+
+/// The UTF-8 bytes of a PIN, in a buffer of its own that is overwritten when the scope is left. UTF8String would leave
+/// copies in memory that Foundation frees without overwriting.
+class PinBytes {
+ public:
+  /// Holds exactly the bytes of `PIN`, up to its first zero byte; none when it is nil or cannot be written in UTF-8.
+  explicit PinBytes(NSString *PIN);
+  ~PinBytes();
+
+  PinBytes(const PinBytes &) = delete;
+  PinBytes &operator=(const PinBytes &) = delete;
+
+  /// Null only when there is no PIN; an empty PIN has bytes to point to.
+  CK_UTF8CHAR *Data() { return m_bytes.empty() ? nullptr : m_bytes.data(); }
+
+  /// In bytes.
+  CK_ULONG Length() const { return m_length; }
+
+ private:
+  std::vector<CK_UTF8CHAR> m_bytes;
+  CK_ULONG m_length = 0;
+};
