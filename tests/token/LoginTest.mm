@@ -24,11 +24,20 @@ using Texts = std::vector<std::string>;
 }
 @end
 
+/// An exception that does not say why.
+@interface MuteException : NSException
+@end
+
+@implementation MuteException
+- (NSString *)reason {
+  return nil;
+}
+@end
+
 namespace {
 
-/// Raises an exception that says nothing of why.
 void RaiseWithoutReason(Call &) {
-  [[NSException exceptionWithName:@"Mute" reason:nil userInfo:nil] raise];
+  [[MuteException exceptionWithName:@"Mute" reason:nil userInfo:nil] raise];
 }
 
 void Raise(Call &) {
