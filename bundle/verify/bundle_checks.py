@@ -85,6 +85,8 @@ def extension_plist_defects(app, extension):
     for processor, image in extension.images.items():
         if driver not in image.classes:
             yield f"{label}: the driver class {driver!r} is not in the {processor} executable"
+        if f"PROJECT:QELToken-{extension.plist.get('CFBundleShortVersionString')}\0".encode() not in image.data:
+            yield f"{label}: the {processor} executable is of another version"
     if attributes.get("com.apple.ctk.class-id") != extension.plist.get("CFBundleIdentifier"):
         yield f"{label}: com.apple.ctk.class-id {attributes.get('com.apple.ctk.class-id')!r} is not the bundle identifier"
     if attributes.get("com.apple.ctk.token-type") != "smartcard":

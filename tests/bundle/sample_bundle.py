@@ -30,6 +30,7 @@ __attribute__((objc_root_class)) @interface NSObject { Class isa; } @end
 @interface NSData (QELAditions) - (int)length; @end
 extern int getpid(void);
 const char *path(void) { return "/Library/Preferences/com.qel.Tarnwell.ini"; }
+const char version[] = "@(#)PROGRAM:QELToken  PROJECT:QELToken-1.0.0";
 int twice(int a) { return 2 * a + getpid(); }
 """
 DRIVER = "@implementation QELTokenDriver @end\n"

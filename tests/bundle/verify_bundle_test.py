@@ -37,6 +37,8 @@ BROKEN_EXECUTABLES = [
     ("not stripped", {"stripped": False}, "not stripped"),
     ("other settings file", {"code": EXTENSION_CODE.replace("com.qel.Tarnwell", "org.other.Tarnwell")},
      "grants com.qel.Tarnwell.ini, which the arm64 executable does not read"),
+    ("of another version", {"code": EXTENSION_CODE.replace("QELToken-1.0.0", "QELToken-1.0.1")},
+     "the arm64 executable is of another version"),
     ("signed without entitlements", {"signed": True}, "signature of arm64: com.apple.security.app-sandbox is missing"),
     ("symbols of another build", {"code": EXTENSION_CODE + "int other;"}, "not the symbols of the arm64 executable"),
 ]
