@@ -57,7 +57,8 @@ class MachOTest(unittest.TestCase):
         for _ in range(300):
             content = bytearray(whole)
             for _ in range(8):
-                content[chance.choice((0, 16384, 32768)) + chance.randrange(min(4096, len(content) - 32768))] = chance.randrange(256)
+                start = chance.choice((0, 16384, 32768))  # the universal header and the two images' headers
+                content[start + chance.randrange(4096) % (len(content) - start)] = chance.randrange(256)
             damaged.write_bytes(content)
             try:
                 macho.read(damaged)

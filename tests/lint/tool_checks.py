@@ -65,7 +65,8 @@ def compile_commands(tree, build, folders):
         if "ccache" in os.path.basename(words[0]):
             words = words[1:]
         output = words.index("-o")
-        words = [w for i, w in enumerate(words) if i not in (output, output + 1) and w not in ("-c", "-g", entry["file"])]
+        del words[output:output + 2]
+        words = [w for w in words if w not in ("-c", "-g", entry["file"])]
         commands[name] = (name, entry["directory"], words + [source])
     if not commands:
         raise Unavailable(f"nothing of {', '.join(folders)} is compiled here")
@@ -107,7 +108,8 @@ def apple_dialect(tree, build, folders=PRODUCT):
 
 
 ANALYZER_CHECKERS = ("core", "cplusplus", "deadcode", "nullability", "unix", "security.insecureAPI.UncheckedReturn",
-                     "osx.cocoa", "osx.coreFoundation", "osx.API", "osx.NumberObjectConversion", "osx.OSObjectRetainCount")
+                     "osx.cocoa", "osx.coreFoundation", "osx.API", "osx.NumberObjectConversion",
+                     "osx.OSObjectRetainCount")
 
 
 def analyzer(tree, build, folders=PRODUCT):
@@ -115,10 +117,9 @@ def analyzer(tree, build, folders=PRODUCT):
     def check(entry):
         name, directory, words = entry
         words = [w for w in words if not w.startswith(("-fsanitize", "-fprofile", "-fcoverage"))]
-        if "-arch" in words:  # one architecture is enough, and the analyzer takes one only
-            first = words.index("-arch")
-            words = [w for i, w in enumerate(words)
-                     if not (w == "-arch" and i != first) and not (i > 0 and words[i - 1] == "-arch" and i != first + 1)]
+        while words.count("-arch") > 1:  # the analyzer takes one processor
+            last = len(words) - 1 - words[::-1].index("-arch")
+            del words[last:last + 2]
         enable = [w for c in ANALYZER_CHECKERS for w in ("-Xclang", "-analyzer-checker=" + c)]
         return _compiler_messages([*words, "--analyze", "--analyzer-output", "text", *enable,
                                    "-Xclang", "-analyzer-werror", "-o", os.devnull], name, directory)
