@@ -24,7 +24,8 @@ std::string Stamp(const std::filesystem::path& directory) {
 }  // namespace
 
 Cards& Cards::Shared() {
-  static Cards cards;
+  // Never destroyed: callers finalize from their own destructors at process exit, after this one's would have run.
+  static Cards& cards = *new Cards;
   return cards;
 }
 
