@@ -1,0 +1,32 @@
+#include "tests/libraries/ProbeCard.h"
+
+#include <cstdio>
+#include <set>
+
+namespace {
+
+bool IsTold(const std::string& name) {
+  static const std::set<std::string> told = {"C_Initialize",  "C_Finalize",     "C_GetSlotList",
+                                             "C_OpenSession", "C_CloseSession", "C_CloseAllSessions"};
+  return told.count(name) != 0;
+}
+
+void TellInitializeArguments(const TestCard::Call& call) {
+  const auto* arguments = static_cast<const CK_C_INITIALIZE_ARGS*>(call.output);
+  const bool callbacks = arguments->CreateMutex != nullptr || arguments->DestroyMutex != nullptr ||
+                         arguments->LockMutex != nullptr || arguments->UnlockMutex != nullptr;
+  std::printf(" callbacks=%s reserved=%s", callbacks ? "some" : "none", arguments->pReserved ? "some" : "none");
+}
+
+}  // namespace
+
+ProbeCard::ProbeCard() : FakeCard({{7, "Example Reader 0"}}) {}
+
+CK_RV ProbeCard::Answer(TestCard::Call& call) {
+  if (IsTold(call.name)) {
+    std::printf("%s", Describe(call).c_str());
+    if (std::string(call.name) == "C_Initialize") TellInitializeArguments(call);
+    std::puts("");
+  }
+  return FakeCard::Answer(call);
+}
