@@ -1,39 +1,255 @@
+#include <stdexcept>
+
+#include "tests/support/SystemLogLines.h"
+#import "tests/token/InitializerGivesNil.h"
+#include "tests/token/PassingException.h"
 #import "tests/token/TokenTest.h"
 
 using TestCard::FakeCard;
+using TestCard::FakeSlot;
 using Texts = std::vector<std::string>;
+using Numbers = std::vector<unsigned long>;
+using LogLines = std::vector<CapturedLog::Line>;
 
-class QELTokenConstruction : public TokenTest {};
+namespace {
+
+constexpr auto kInfo = QELLog::LogLevel::Info;
+
+Numbers NumbersOf(NSArray<NSNumber *> *array) {
+  Numbers numbers;
+  for (NSNumber *number in array) numbers.push_back([number unsignedLongValue]);
+  return numbers;
+}
+
+}  // namespace
+
+class QELTokenConstruction : public TokenTest {
+ protected:
+  /// A slot with a token of that serial number and nothing on it.
+  static std::vector<FakeSlot> EmptySlot(const std::string &serialNumber = "00A1B2C3") {
+    return {{7, kReader, serialNumber}};
+  }
+
+  static std::string InstanceIDForSerialNumber(const std::string &serialNumber) {
+    FakeCard card(EmptySlot(serialNumber));
+    @autoreleasepool {
+      return [[MakeToken() instanceID] UTF8String] ?: "no token";
+    }
+  }
+
+  CapturedLog m_lines{kInfo};
+};
 
 TEST_F(QELTokenConstruction, CallsTheCardInExactlyThisOrder) {
-  FakeCard card(OneSlot());
+  FakeCard card(EmptySlot());
   @autoreleasepool {
     ASSERT_NE(MakeToken(), nil);
   }
-  EXPECT_EQ(card.Names().front(), "C_Initialize");
-  EXPECT_EQ(card.Names().back(), "C_CloseSession");
-  EXPECT_EQ(card.OpenSessions(), 0);
+  EXPECT_EQ(card.Calls(), (Texts{
+                              "C_Initialize flags=0x30000",
+                              "C_GetSlotList tokenPresent=0 output=?",
+                              "C_GetSlotList tokenPresent=0 output=buffer",
+                              "C_GetSlotInfo slot=7",
+                              "C_CloseAllSessions slot=7",
+                              "C_GetTokenInfo slot=7",
+                              "C_OpenSession slot=7 flags=0x6",
+                              "C_FindObjectsInit session=101 CKA_CLASS=0x1 CKA_CERTIFICATE_CATEGORY=0x1",
+                              "C_FindObjects session=101 max=32",
+                              "C_FindObjectsFinal session=101",
+                              "C_CloseSession session=101",
+                          }));
 }
 
-TEST_F(QELTokenConstruction, NamesTheTokenAfterTheTrimmedSerialNumber) {
-  FakeCard card(OneSlot());
+TEST_F(QELTokenConstruction, LogsItsStepsAtInfoLevelAndNothingToTheSystemLog) {
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    MakeToken();
+  }
+  EXPECT_EQ(m_lines.Lines(), (LogLines{
+                                 {kInfo, "CTK slot name: Example Reader 0"},
+                                 {kInfo, "slotName Example Reader 0"},
+                                 {kInfo, "Loading content from QEL-00A1B2C3 [slot 7]"},
+                                 {kInfo, "keychain contents filled from card from reader Example Reader 0"},
+                             }));
+  for (const std::string &line : SystemLogLines(m_systemLog)) EXPECT_EQ(line.rfind("NSLog: iniparser", 0), 0u) << line;
+}
+
+TEST_F(QELTokenConstruction, OnlyTheLow32BitsOfASlotAreLogged) {
+  FakeCard card({{0x100000007, kReader}});
+  @autoreleasepool {
+    EXPECT_EQ(NumbersOf([MakeToken() hSlots]), Numbers{0x100000007});
+  }
+  EXPECT_EQ(m_lines.Lines()[2].second, "Loading content from QEL-00A1B2C3 [slot 7]");
+}
+
+TEST_F(QELTokenConstruction, TheSerialNumberNamesTheTokenWithoutItsPadding) {
+  EXPECT_EQ(InstanceIDForSerialNumber("00A1B2C3        "), "QEL-00A1B2C3");
+  EXPECT_EQ(InstanceIDForSerialNumber("  \t00A1 B2C3\t "), "QEL-00A1 B2C3");
+  EXPECT_EQ(InstanceIDForSerialNumber("                "), "QEL-");
+}
+
+TEST_F(QELTokenConstruction, ASerialNumberThatFillsItsFieldIsUsedWhole) {
+  EXPECT_EQ(InstanceIDForSerialNumber("0123456789ABCDEF"), "QEL-0123456789ABCDEF");
+}
+
+TEST_F(QELTokenConstruction, ASerialNumberThatIsNotAsciiStandsInHexadecimal) {
+  EXPECT_EQ(InstanceIDForSerialNumber("00A1\xFC"), "QEL-30304131FC2020202020202020202020");
+}
+
+TEST_F(QELTokenConstruction, OpensASessionOnEverySlotOfTheReaderInTheirOrder) {
+  FakeCard card(TwoSlots());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    EXPECT_EQ(NumbersOf([token hSlots]), (Numbers{7, 8}));
+    EXPECT_EQ(NumbersOf([token hSessions]), (Numbers{101, 102}));
+  }
+}
+
+TEST_F(QELTokenConstruction, ClosesAllSessionsOfEverySlotBeforeItOpensTheFirst) {
+  FakeCard card(TwoSlots());
+  @autoreleasepool {
+    MakeToken();
+  }
+  const Texts &calls = card.Calls();
+  const auto first = std::find(calls.begin(), calls.end(), "C_CloseAllSessions slot=7");
+  ASSERT_GE(calls.end() - first, 3);
+  EXPECT_EQ(Texts(first, first + 3),
+            (Texts{"C_CloseAllSessions slot=7", "C_CloseAllSessions slot=8", "C_GetTokenInfo slot=7"}));
+}
+
+TEST_F(QELTokenConstruction, OnlyTheFirstSlotIsAskedForItsSerialNumber) {
+  FakeCard card(TwoSlots());
   @autoreleasepool {
     EXPECT_STREQ([[MakeToken() instanceID] UTF8String], "QEL-00A1B2C3");
   }
+  EXPECT_EQ(card.Count("C_GetTokenInfo"), 1);
+  EXPECT_EQ(m_lines.Infos()[4], "Loading content from QEL-00A1B2C3 [slot 8]");
 }
 
-TEST_F(QELTokenConstruction, SignsWithTheRsaKeyAfterALogin) {
-  FakeCard card(OneSlot());
+TEST_F(QELTokenConstruction, ItemsCarryThePrefixesOfTheirSlotInTheOrderOfTheCard) {
+  FakeCard card(TwoSlots());
+  @autoreleasepool {
+    Texts identifiers;
+    for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
+      std::string text;
+      for (const CK_BYTE byte : BytesOf([item objectID]))
+        text += "0123456789abcdef"[byte >> 4], text += "0123456789abcdef"[byte & 15];
+      identifiers.push_back(text);
+    }
+    EXPECT_EQ(identifiers, (Texts{"110102", "120102", "110304", "120304", "210102", "220102", "210304", "220304"}));
+  }
+}
+
+TEST_F(QELTokenConstruction, ACardWithoutUserCertificatesGivesATokenWithAnEmptyKeychain) {
+  FakeCard card(EmptySlot());
   @autoreleasepool {
     QELToken *token = MakeToken();
-    QELTokenSession *session = MakeSession(token);
-    card.LogIn();
-    NSData *signature = [session tokenSession:session
-                                     signData:Data({0x00, 0x01, 0xFF, 0x00, 0x30, 0x31})
-                                     usingKey:Data({0x12, 0x01, 0x02})
-                                    algorithm:Algorithm({kSecKeyAlgorithmRSASignatureRaw})
-                                        error:nullptr];
-    EXPECT_EQ(BytesOf(signature), card.signature);
-    EXPECT_EQ(card.signedData, (TestCard::ByteString{0x30, 0x31}));
+    ASSERT_NE(token, nil);
+    EXPECT_EQ([[[token keychainContents] items] count], 0u);
   }
+}
+
+TEST_F(QELTokenConstruction, ThePlatformGetsTheApplicationIdentifierAndTheDriver) {
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    NSData *AID = Data({0xA0, 0x00, 0x01});
+    QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+    QELToken *token = (QELToken *)[driver tokenDriver:driver createTokenForSmartCard:SmartCard() AID:AID error:nullptr];
+    EXPECT_TRUE([[token AID] isEqualToData:AID]);
+    EXPECT_EQ([token tokenDriver], driver);
+  }
+}
+
+TEST_F(QELTokenConstruction, AFailureToCloseAllSessionsIsLoggedAndConstructionGoesOn) {
+  FakeCard card(EmptySlot());
+  card.Fail("C_CloseAllSessions", CKR_DEVICE_ERROR);
+  @autoreleasepool {
+    EXPECT_NE(MakeToken(), nil);
+  }
+  EXPECT_EQ(m_lines.Lines()[2], CapturedLog::Line(kInfo, "C_CloseAllSessions() => 0x00000030"));
+  EXPECT_EQ(m_lines.Errors(), Texts{});
+}
+
+TEST_F(QELTokenConstruction, UnreadableTokenInformationGivesNilAndLeavesTheErrorUntouched) {
+  FakeCard card(EmptySlot());
+  card.Fail("C_GetTokenInfo", CKR_TOKEN_NOT_RECOGNIZED);
+  @autoreleasepool {
+    NSError *const before = [NSError errorWithDomain:@"before" code:1 userInfo:nil];
+    NSError *error = before;
+    EXPECT_EQ(MakeToken(&error), nil);
+    EXPECT_EQ(error, before);
+  }
+  EXPECT_EQ(m_lines.Lines(), (LogLines{
+                                 {kInfo, "CTK slot name: Example Reader 0"},
+                                 {kInfo, "slotName Example Reader 0"},
+                                 {kInfo, "C_GetTokenInfo() => 0x000000E1"},
+                                 {kInfo, "Error while getting TokenInfo, probably unsupported smart card type."},
+                             }));
+  EXPECT_EQ(card.Names().back(), "C_GetTokenInfo");
+}
+
+TEST_F(QELTokenConstruction, APlatformThatRefusesTheTokenGivesNilWithoutAnErrorAndClosesTheSession) {
+  const InitializerGivesNil refusal([TKSmartCardToken class], @selector(initWithSmartCard:AID:instanceID:tokenDriver:));
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    NSError *error = nil;
+    EXPECT_EQ(MakeToken(&error), nil);
+    EXPECT_EQ(error, nil);
+  }
+  EXPECT_EQ(card.Names().back(), "C_CloseSession");
+  EXPECT_EQ(m_lines.Infos().back(), "Loading content from QEL-00A1B2C3 [slot 7]");
+}
+
+TEST_F(QELTokenConstruction, AnythingButOurOwnFailurePassesThrough) {
+  TestCard::ScriptedCard card(
+      {{"C_Initialize"}, {"C_GetSlotList", CKR_OK, [](TestCard::Call &) { throw std::runtime_error("not ours"); }}});
+  @autoreleasepool {
+    QELToken *token = [QELToken alloc];
+    QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+    NSError *error = nil;
+    EXPECT_EQ(PassingException([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; }),
+              "not ours");
+    EXPECT_EQ(error, nil);
+    [token release];
+  }
+  EXPECT_EQ(m_lines.Errors(), Texts{});
+}
+
+class QELTokenTeardown : public QELTokenConstruction {};
+
+TEST_F(QELTokenTeardown, ClosesEachSessionOnceInOrderAndLeavesTheLibraryInitialized) {
+  FakeCard card(TwoSlots());
+  @autoreleasepool {
+    MakeToken();
+    card.ClearCalls();
+  }
+  EXPECT_EQ(card.Calls(), (Texts{"C_CloseSession session=101", "C_CloseSession session=102"}));
+}
+
+TEST_F(QELTokenTeardown, AFailureToCloseASessionIsLoggedAndTheNextIsClosed) {
+  FakeCard card(TwoSlots());
+  card.IgnoreLeftovers();
+  @autoreleasepool {
+    MakeToken();
+    card.ClearCalls();
+    card.Fail("C_CloseSession", CKR_DEVICE_REMOVED);
+  }
+  EXPECT_EQ(card.Calls(), (Texts{"C_CloseSession session=101", "C_CloseSession session=102"}));
+  EXPECT_EQ(m_lines.Errors(), Texts{"C_CloseSession() => 0x00000032"});
+}
+
+TEST_F(QELTokenTeardown, ANewTokenTakesTheSessionsOfAnOlderOneOnTheSameReader) {
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    MakeToken();
+    EXPECT_EQ(NumbersOf([MakeToken() hSessions]), Numbers{102});
+    EXPECT_EQ(card.OpenSessions(), 1);
+  }
+  EXPECT_EQ(m_lines.Errors(), Texts{"C_CloseSession() => 0x000000B3"});
+}
+
+TEST_F(QELTokenTeardown, ATokenThatWasNeverBuiltHasNothingToClose) {
+  FakeCard card(EmptySlot());
+  [[QELToken alloc] release];
+  EXPECT_EQ(card.Calls(), Texts{});
 }

@@ -13,14 +13,24 @@
 #include "tests/support/card/FakeCard.h"
 #include "tests/support/card/ScriptedCard.h"
 #include "tests/token/DialogRecorder.h"
+#import "token/QELAuthOperation.h"
+#import "token/QELPINPadAuthOperation.h"
 #import "token/QELToken.h"
 #import "token/QELTokenDriver.h"
 #import "token/QELTokenSession.h"
+#import "token/SlotSessionPair.h"
 
 /// What every test of the token needs around it: an empty home, the recording dialog library, captured logs, and the
 /// check that nothing of ours stays alive. The PKCS#11 library that the product loads is the test module; a FakeCard
 /// answers.
 class TokenTest : public ::testing::Test {
+  // First, so that they count when everything else is gone.
+  LiveObjects m_tokens{[QELToken class]};
+  LiveObjects m_sessions{[QELTokenSession class]};
+  LiveObjects m_pairs{[SlotSessionPair class]};
+  LiveObjects m_operations{[QELAuthOperation class]};
+  LiveObjects m_pinPadOperations{[QELPINPadAuthOperation class]};
+
  protected:
   static constexpr const char *kReader = "Example Reader 0";
 
