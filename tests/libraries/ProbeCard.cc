@@ -18,15 +18,23 @@ void TellInitializeArguments(const TestCard::Call& call) {
   std::printf(" callbacks=%s reserved=%s", callbacks ? "some" : "none", arguments->pReserved ? "some" : "none");
 }
 
+void Tell(const TestCard::Call& call) {
+  if (!IsTold(call.name)) return;
+  std::printf("%s", Describe(call).c_str());
+  if (std::string(call.name) == "C_Initialize") TellInitializeArguments(call);
+  std::puts("");
+}
+
 }  // namespace
 
 ProbeCard::ProbeCard() : FakeCard({{7, "Example Reader 0"}}) {}
 
 CK_RV ProbeCard::Answer(TestCard::Call& call) {
-  if (IsTold(call.name)) {
-    std::printf("%s", Describe(call).c_str());
-    if (std::string(call.name) == "C_Initialize") TellInitializeArguments(call);
-    std::puts("");
-  }
+  Tell(call);
   return FakeCard::Answer(call);
+}
+
+void ProbeCard::OnFault(TestCard::Call& call) {
+  Tell(call);
+  FakeCard::OnFault(call);
 }

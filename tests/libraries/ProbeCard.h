@@ -10,4 +10,5 @@ class ProbeCard : public TestCard::FakeCard {
 
  protected:
   CK_RV Answer(TestCard::Call& call) override;
+  void OnFault(TestCard::Call& call) override;
 };

@@ -39,6 +39,14 @@ struct ValueReader {
   CK_ULONG size;
 };
 
+void PrintTo(const BytesReader& reader, std::ostream* stream) {
+  *stream << reader.attribute;
+}
+
+void PrintTo(const ValueReader& reader, std::ostream* stream) {
+  *stream << reader.name;
+}
+
 class EveryBytesReader : public CardTest, public ::testing::WithParamInterface<BytesReader> {
  protected:
   ByteString Read() const { return GetParam().read(); }

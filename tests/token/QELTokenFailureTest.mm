@@ -19,6 +19,10 @@ struct Failure {
   Texts closed;        // the sessions closed afterwards, in order
 };
 
+void PrintTo(const Failure &failure, std::ostream *stream) {
+  *stream << failure.call;
+}
+
 /// Failing constructions on a card with two slots.
 class QELTokenFailure : public TokenTest, public ::testing::WithParamInterface<Failure> {
  protected:

@@ -18,6 +18,10 @@ struct Matching {
   SlotIDs matches;
 };
 
+void PrintTo(const Matching &matching, std::ostream *stream) {
+  *stream << [matching.reader UTF8String];
+}
+
 std::vector<FakeSlot> SlotsDescribedAs(const Texts &descriptions) {
   std::vector<FakeSlot> slots;
   for (const std::string &description : descriptions) slots.push_back({slots.size() + 1, description});

@@ -7,12 +7,6 @@
 namespace TestCard {
 namespace {
 
-std::string Hex(CK_ULONG value) {
-  std::ostringstream text;
-  text << "0x" << std::hex << value;
-  return text.str();
-}
-
 bool StartsWith(const char* text, const char* prefix) {
   return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
 }
@@ -27,6 +21,12 @@ std::string Describe(const CK_ATTRIBUTE& attribute, bool asksForValue) {
 }
 
 }  // namespace
+
+std::string Hex(CK_ULONG value) {
+  std::ostringstream text;
+  text << "0x" << std::hex << value;
+  return text.str();
+}
 
 std::string AttributeName(CK_ATTRIBUTE_TYPE type) {
   static const std::map<CK_ATTRIBUTE_TYPE, const char*> names = {

@@ -33,6 +33,9 @@ struct Call {
 /// is one.
 std::string Describe(const Call& call);
 
+/// "0x" and the value's hexadecimal digits.
+std::string Hex(CK_ULONG value);
+
 /// The name of a standard attribute type, or its number.
 std::string AttributeName(CK_ATTRIBUTE_TYPE type);
 

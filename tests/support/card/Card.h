@@ -31,16 +31,35 @@ class Card {
   /// How often the call was made.
   int Count(const std::string& name) const;
 
+  /// The lines of Calls(), each with its result behind it unless that is CKR_OK.
+  const std::vector<std::string>& Trace() const { return m_trace; }
+
+  /// Makes the `occurrence`-th call of that name from now on answer `rv`; 0 means every one.
+  void Fail(const std::string& call, CK_RV rv, int occurrence = 1);
+
   /// Forgets what was recorded.
   void ClearCalls();
 
  protected:
   virtual CK_RV Answer(Call& call) = 0;
 
+  /// Told of a call that Fail() answered instead.
+  virtual void OnFault(Call&) {}
+
  private:
+  struct Fault {
+    std::string call;
+    CK_RV rv;
+    int countdown;  // 0: every time
+  };
+
+  CK_RV InjectedFault(const std::string& call);
+
   Card* m_previous;
   std::vector<std::string> m_calls;
   std::vector<std::string> m_names;
+  std::vector<std::string> m_trace;
+  std::vector<Fault> m_faults;
 };
 
 /// The card in force; null when there is none, and every call then answers CKR_GENERAL_ERROR.

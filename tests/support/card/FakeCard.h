@@ -38,9 +38,6 @@ class FakeCard : public Card {
 
   std::vector<FakeSlot>& Slots() { return m_slots; }
 
-  /// Makes the `occurrence`-th call of that name from now on answer `rv`; 0 means every one.
-  void Fail(const std::string& call, CK_RV rv, int occurrence = 1);
-
   // Answers, instead of cryptography.
   std::string pin = "1234";
   ByteString signature = ByteString(64, 0x5A);
@@ -71,6 +68,7 @@ class FakeCard : public Card {
 
  protected:
   CK_RV Answer(Call& call) override;
+  void OnFault(Call& call) override;
 
  private:
   struct Session {
@@ -79,13 +77,7 @@ class FakeCard : public Card {
     bool operating = false;
     std::vector<CK_OBJECT_HANDLE> matches = {};
   };
-  struct Fault {
-    std::string call;
-    CK_RV rv;
-    int countdown;  // 0: every time
-  };
 
-  CK_RV InjectedFault(const std::string& call);
   FakeSlot* FindSlot(CK_SLOT_ID id);
   FakeObject* FindObject(const Session& session, CK_OBJECT_HANDLE handle);
   CK_RV AnswerOnSlot(Call& call);
@@ -101,7 +93,6 @@ class FakeCard : public Card {
   std::vector<FakeSlot> m_slots;
   std::map<CK_SESSION_HANDLE, Session> m_sessions;
   std::set<CK_SLOT_ID> m_loggedIn;
-  std::vector<Fault> m_faults;
   CK_SESSION_HANDLE m_nextSession = 101;
   CK_OBJECT_HANDLE m_nextDerived = 9001;
   int m_forcedState = -1;
