@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/softcard/TemporaryDirectory.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "softcard/Commands.h"
 #include "softcard/Names.h"
 #include "softcard/Personalise.h"
-#include "tests/softcard/TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 /// Compares return values by name.
 #define EXPECT_CKR(expected, actual) EXPECT_EQ(SoftCard::ResultName(expected), SoftCard::ResultName(actual))

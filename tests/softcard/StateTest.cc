@@ -5,7 +5,7 @@
 #include <fstream>
 #include <thread>
 
-#include "tests/softcard/TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 
 namespace fs = std::filesystem;
 

@@ -11,8 +11,9 @@
 #include "log/LogClient.h"
 #include "log/QEL_LogImpl_Callback.h"
 #include "log/QEL_LogImpl_File.h"
-#include "tests/softcard/TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/tokenlog/LogFile.h"
+#include "tests/tokenlog/ProviderTest.h"
 #include "tests/tokenlog/ScopedLocale.h"
 #include "util/QELIconv.h"
 
@@ -34,7 +35,7 @@ void CollectElsewhere(Level, const char*, const char* message) {
   g_texts.push_back(std::string("elsewhere: ") + message);
 }
 
-class CallbackProvider : public ::testing::Test {
+class CallbackProvider : public ProviderTest {
  protected:
   CallbackProvider() {
     g_texts.clear();
@@ -45,31 +46,11 @@ class CallbackProvider : public ::testing::Test {
     QELIconv::SetDefaultEncoding("UTF-8");
   }
 
-  HLOGGER Logger(const wchar_t* name = L"N") {
-    HLOGGER logger = nullptr;
-    EXPECT_EQ(m_log.create(name, &logger), 1);
-    return logger;
-  }
-
-  void WriteAll(HLOGGER logger) {
-    m_log.fatal(logger, L"1");
-    m_log.error(logger, L"2");
-    m_log.warning(logger, L"3");
-    m_log.info(logger, L"4");
-    m_log.debug(logger, L"5");
-  }
-
-  std::vector<int> Queries(HLOGGER logger) {
-    return {m_log.isFatal(logger), m_log.isError(logger), m_log.isWarning(logger), m_log.isInfo(logger),
-            m_log.isDebug(logger)};
-  }
-
   ScopedLocale m_locale{"C"};
-  QEL_LogInterface m_log{};
 };
 
 TEST_F(CallbackProvider, ALoggerMadeBeforeConfigureNeverCallsAnything) {
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
   WriteAll(logger);
   EXPECT_EQ(Queries(logger), std::vector<int>(5, 0));
@@ -82,7 +63,7 @@ TEST_F(CallbackProvider, PassesMessagesUpToTheLoggersLevel) {
   for (int level = 0; level <= 5; ++level) {
     g_texts.clear();
     QEL_LogImpl_Callback::Configure(Collect, static_cast<Level>(level), "C");
-    const HLOGGER logger = Logger();
+    const HLOGGER logger = Logger(L"N");
     WriteAll(logger);
     m_log.destroy(logger);
     EXPECT_EQ(g_texts, Texts(all.begin(), all.begin() + level)) << "level " << level;
@@ -92,7 +73,7 @@ TEST_F(CallbackProvider, PassesMessagesUpToTheLoggersLevel) {
 TEST_F(CallbackProvider, AnswersTheQueriesByTheLoggersLevel) {
   for (int level = 0; level <= 5; ++level) {
     QEL_LogImpl_Callback::Configure(Collect, static_cast<Level>(level), "C");
-    const HLOGGER logger = Logger();
+    const HLOGGER logger = Logger(L"N");
     std::vector<int> expected;
     for (int query = 1; query <= 5; ++query) expected.push_back(level >= query ? 1 : 0);
     EXPECT_EQ(Queries(logger), expected) << "level " << level;
@@ -102,7 +83,7 @@ TEST_F(CallbackProvider, AnswersTheQueriesByTheLoggersLevel) {
 
 TEST_F(CallbackProvider, WithoutACallbackWritesNothing) {
   QEL_LogImpl_Callback::Configure(nullptr, Level::Debug, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   WriteAll(logger);
   EXPECT_EQ(Queries(logger), std::vector<int>(5, 1));
   m_log.destroy(logger);
@@ -110,7 +91,7 @@ TEST_F(CallbackProvider, WithoutACallbackWritesNothing) {
 
 TEST_F(CallbackProvider, LeavesExistingLoggersAloneWhenConfiguredAgain) {
   QEL_LogImpl_Callback::Configure(Collect, Level::Error, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   QEL_LogImpl_Callback::Configure(CollectElsewhere, Level::Debug, "C");
   WriteAll(logger);
   m_log.destroy(logger);
@@ -150,9 +131,9 @@ TEST_F(CallbackProvider, TwoProvidersWorkSideBySide) {
 
 TEST_F(CallbackProvider, TwoCallbacksWorkSideBySide) {
   QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
-  const HLOGGER one = Logger();
+  const HLOGGER one = Logger(L"N");
   QEL_LogImpl_Callback::Configure(CollectElsewhere, Level::Error, "C");
-  const HLOGGER other = Logger();
+  const HLOGGER other = Logger(L"N");
   m_log.error(one, L"x");
   m_log.error(other, L"y");
   m_log.debug(other, L"dropped");
@@ -170,7 +151,7 @@ TEST_F(CallbackProvider, HoldsNoLockDuringTheCallback) {
         inner.Write(Level::Info, L"from within");
       },
       Level::Debug, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   m_log.error(logger, L"x");
   m_log.destroy(logger);
   EXPECT_EQ(g_texts, (Texts{"ERROR N - x", "INFO inner - from within"}));
@@ -185,7 +166,7 @@ TEST_F(CallbackProvider, LetsThreadsCallAtTheSameTime) {
         while (inside < 2) std::this_thread::yield();  // ends only when the other thread is in here as well
       },
       Level::Debug, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   std::thread other([&] { m_log.info(logger, L"x"); });
   m_log.info(logger, L"y");
   other.join();
@@ -199,7 +180,7 @@ TEST_F(CallbackProvider, MayBeConfiguredWhileThreadsWrite) {
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([this] {
       for (int line = 0; line < 50; ++line) {
-        const HLOGGER logger = Logger();
+        const HLOGGER logger = Logger(L"N");
         m_log.fatal(logger, L"x");
         m_log.destroy(logger);
       }
@@ -225,7 +206,7 @@ TEST_F(CallbackProvider, NarrowsNameAndMessageToTheDefaultEncoding) {
 TEST_F(CallbackProvider, EscapesWhatTheEncodingLacks) {
   QELIconv::SetDefaultEncoding("ISO-8859-1");
   QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   m_log.info(logger, L"5 \u20ac");
   m_log.destroy(logger);
   EXPECT_EQ(g_texts, Texts{"INFO N - 5 '\\x20ac'"});
@@ -261,7 +242,7 @@ TEST_F(CallbackProvider, SwallowsWhatTheConstructorThrows) {
 
 TEST_F(CallbackProvider, IgnoresANullMessage) {
   QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
-  const HLOGGER logger = Logger();
+  const HLOGGER logger = Logger(L"N");
   m_log.info(logger, nullptr);
   m_log.destroy(logger);
   EXPECT_EQ(g_texts, Texts{});

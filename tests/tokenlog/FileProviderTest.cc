@@ -13,8 +13,9 @@
 #include <vector>
 
 #include "log/QEL_LogImpl_File.h"
-#include "tests/softcard/TemporaryDirectory.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/tokenlog/LogFile.h"
+#include "tests/tokenlog/ProviderTest.h"
 #include "tests/tokenlog/ScopedLocale.h"
 #include "util/QELUtils.h"
 
@@ -23,32 +24,12 @@ namespace {
 using Texts = std::vector<std::string>;
 
 /// A file provider that is configured for a file of the test's own.
-class FileProvider : public ::testing::Test {
+class FileProvider : public ProviderTest {
  protected:
   FileProvider() { QEL_LogImpl_File::GetInterface(&m_log); }
   ~FileProvider() override { QEL_LogImpl_File::Configure("", 0, "C"); }
 
   void Configure(int level) { QEL_LogImpl_File::Configure(m_path.c_str(), level, "C"); }
-
-  /// Makes a logger; the test destroys it.
-  HLOGGER Logger(const wchar_t* name = L"QELToken") {
-    HLOGGER logger = nullptr;
-    EXPECT_EQ(m_log.create(name, &logger), 1);
-    return logger;
-  }
-
-  void WriteAll(HLOGGER logger) {
-    m_log.fatal(logger, L"1");
-    m_log.error(logger, L"2");
-    m_log.warning(logger, L"3");
-    m_log.info(logger, L"4");
-    m_log.debug(logger, L"5");
-  }
-
-  std::vector<int> Queries(HLOGGER logger) {
-    return {m_log.isFatal(logger), m_log.isError(logger), m_log.isWarning(logger), m_log.isInfo(logger),
-            m_log.isDebug(logger)};
-  }
 
   /// What a logger that is made now does with one message.
   Texts TextsOf(const wchar_t* name, const wchar_t* message) {
@@ -61,7 +42,6 @@ class FileProvider : public ::testing::Test {
   ScopedLocale m_locale{"C"};
   TemporaryDirectory m_folder;
   std::filesystem::path m_path = m_folder.Path() / "QELToken.log";
-  QEL_LogInterface m_log{};
 };
 
 TEST_F(FileProvider, IgnoresANullInterface) {

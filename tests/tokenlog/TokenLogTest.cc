@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/softcard/TemporaryDirectory.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/TemporaryDirectory.h"
 #include "tests/tokenlog/LogFile.h"
 
 namespace {

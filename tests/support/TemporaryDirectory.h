@@ -1,5 +1,4 @@
-#ifndef TESTS_SOFTCARD_TEMPORARYDIRECTORY_H
-#define TESTS_SOFTCARD_TEMPORARYDIRECTORY_H
+#pragma once
 
 #include <stdlib.h>
 
@@ -11,7 +10,7 @@
 class TemporaryDirectory {
  public:
   TemporaryDirectory() {
-    std::string pattern = (std::filesystem::current_path() / "softcard-test-XXXXXX").string();
+    std::string pattern = (std::filesystem::current_path() / "qel-test-XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder like " + pattern);
     m_path = pattern;
   }
@@ -27,5 +26,3 @@ class TemporaryDirectory {
  private:
   std::filesystem::path m_path;
 };
-
-#endif
