@@ -63,5 +63,6 @@ extern "C" void* dlopen(const char* path, int flags) {
 }
 
 extern "C" char* dlerror() {
-  return s_silent ? nullptr : s_dlerror();
+  // A sanitizer asks before this file is initialised.
+  return s_silent || s_dlerror == nullptr ? nullptr : s_dlerror();
 }

@@ -7,6 +7,25 @@
 
 #include "tests/support/ProcessMemory.h"
 
+/// Text that no encoding holds, as half of a surrogate pair is.
+@interface UnencodableText : NSString
+@end
+
+@implementation UnencodableText
+- (NSUInteger)length {
+  return 1;
+}
+- (unichar)characterAtIndex:(NSUInteger)index {
+  (void)index;
+  return 0xD800;
+}
+- (BOOL)getCString:(char *)buffer maxLength:(NSUInteger)length encoding:(NSStringEncoding)encoding {
+  (void)encoding;
+  if (length > 0) buffer[0] = '?';
+  return NO;
+}
+@end
+
 namespace {
 
 /// The bytes that a card would get; nothing when it would get none.
@@ -56,8 +75,7 @@ TEST(PinBytes, EndAtAZeroByte) {
 }
 
 TEST(PinBytes, TextThatUtf8CannotHoldIsNoPin) {
-  const unichar text[] = {'1', 0xD800, '2'};
-  EXPECT_EQ(Sent([NSString stringWithCharacters:text length:3]), std::nullopt);
+  EXPECT_EQ(Sent([[[UnencodableText alloc] init] autorelease]), std::nullopt);
 }
 
 TEST(PinBytes, LeaveNothingInMemory) {
