@@ -95,6 +95,18 @@ class LintTest(unittest.TestCase):
         self.write("tests/util/CMakeLists.txt", "qel_add_tests(util SOURCES ATest.cc)\n")
         self.assertEqual(len(self.defects(check)), 1)
 
+    def test_a_quirk_without_its_file_or_its_test_is_a_defect(self):
+        check = text_checks.quirks_are_held
+        self.write("util/A.cc", "int a;\n")
+        self.write("tests/util/ATest.cc", "TEST_F(A, Stays) {}\n")
+        head = "| what | where | held by | meaning |\n| --- | --- | --- | --- |\n"
+        self.write("docs/quirks.md", head + "| a | `util/A.cc` | `A.Stays` | none |\n")
+        self.assertEqual(self.defects(check), [])
+        for row in ("| a | `util/B.cc` | `A.Stays` | none |", "| a | `util/A.cc` | `A.Goes` | none |",
+                    "| a | `util/A.cc` | nothing | none |", "| a | `util/A.cc` | `A.Stays`, `A.Goes` | none |"):
+            self.write("docs/quirks.md", head + row + "\n")
+            self.assertEqual(len(self.defects(check)), 1, row)
+
     def test_a_tree_without_layer_rows_is_a_defect(self):
         self.write("CMakeLists.txt", "project(x)\n")
         self.assertTrue(self.defects(text_checks.include_arrows))

@@ -179,6 +179,27 @@ def headers_documented(tree):
             continued = bool(line) and not comment and not line.startswith(("@", "#")) and not line.endswith((";", "}", "{", ":"))
 
 
+def quirks_are_held(tree):
+    """Each row of docs/quirks.md that names where a quirk stands names an existing file and existing tests that hold it."""
+    if not tree.exists("docs/quirks.md"):
+        return
+    tests = {f"{found.group(1)}.{found.group(2)}"
+             for name in tree.sources("tests")
+             for found in re.finditer(r"(?m)^\s*TEST(?:_[FP])?\(\s*(\w+),\s*(\w+)\s*\)", tree.code(name))}
+    for line, row in matches(r"(?m)^\| .* \|$", tree.text("docs/quirks.md")):
+        cells = [cell.strip() for cell in row.group(0).strip("|").split(" | ")]
+        if len(cells) != 4 or cells[1] == "where" or set(cells[0]) == {"-"}:
+            continue
+        file, held_by = cells[1].strip("`"), re.findall(r"`([^`]+)`", cells[2])
+        if not tree.exists(file):
+            yield f"docs/quirks.md:{line}: there is no {file}"
+        if not held_by:
+            yield f"docs/quirks.md:{line}: no test holds this"
+        for test in held_by:
+            if test not in tests:
+                yield f"docs/quirks.md:{line}: there is no test {test}"
+
+
 CHECKS = {
     "include_arrows": include_arrows,
     "platform_conditionals": platform_conditionals,
@@ -188,4 +209,5 @@ CHECKS = {
     "file_sizes": file_sizes,
     "tests_have_a_target": tests_have_a_target,
     "headers_documented": headers_documented,
+    "quirks_are_held": quirks_are_held,
 }
