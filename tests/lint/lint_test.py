@@ -77,7 +77,7 @@ class LintTest(unittest.TestCase):
                 (self.folder / name).unlink()
 
     def test_every_text_check_has_a_case(self):
-        self.assertEqual({c[0] for c in CASES} | {"tests_have_a_target"}, set(text_checks.CHECKS))
+        self.assertEqual({c[0] for c in CASES} | {"tests_have_a_target", "quirks_are_held"}, set(text_checks.CHECKS))
 
     def test_a_long_product_file_is_a_warning_before_it_is_a_defect(self):
         self.write("util/A.cc", "int a;\n" * 401)
