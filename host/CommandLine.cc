@@ -7,6 +7,7 @@
 #include "host/Commands.h"
 #include "host/Failure.h"
 #include "host/SignatureNames.h"
+#include "host/agent/Serve.h"
 #include "platform/wire/Hex.h"
 
 namespace Host {
@@ -36,6 +37,7 @@ class CommandLine {
     AddDecrypt();
     AddAgree();
     AddExport();
+    AddAgent();
   }
 
   CLI::App& App() { return m_app; }
@@ -106,6 +108,14 @@ class CommandLine {
     command->callback([this] { Export(m_options, m_export); });
   }
 
+  void AddAgent() {
+    CLI::App* command =
+        m_app.add_subcommand("agent", "Serve SSH clients with the keys on the cards, until interrupted");
+    command->add_option("--socket", m_agent.socket, "Where to listen (a socket in a new folder)")->type_name("PATH");
+    command->add_flag("--always-ask", m_agent.alwaysAsk, "Log in for each signature, not once for each card");
+    command->callback([this] { ServeAgent(m_options, m_agent); });
+  }
+
   static CLI::Option* AddText(CLI::App* command, const char* name, std::string& value, const char* type,
                               const char* help) {
     return command->add_option(name, value, help)->type_name(type)->required();
@@ -117,6 +127,7 @@ class CommandLine {
   DecryptArguments m_decrypt;
   AgreeArguments m_agree;
   ExportArguments m_export;
+  AgentArguments m_agent;
 };
 
 }  // namespace

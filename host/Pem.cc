@@ -1,14 +1,13 @@
 #include "host/Pem.h"
 
 #include <openssl/bio.h>
-#include <openssl/core_names.h>
-#include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 
 #include <memory>
 
 #include "host/Failure.h"
+#include "host/PublicPoint.h"
 
 namespace Host {
 
@@ -21,14 +20,8 @@ Wire::Bytes PublicPointFromPem(const Wire::Bytes& pem, const std::string& name) 
   if (!key || EVP_PKEY_get_base_id(key.get()) != EVP_PKEY_EC)
     throw Failure(ExitStatus::Failed,
                   name + " holds no elliptic-curve public key in PEM form; " + "'openssl pkey -pubout' writes one");
-  EVP_PKEY_set_utf8_string_param(key.get(), OSSL_PKEY_PARAM_EC_POINT_CONVERSION_FORMAT, "uncompressed");
-  size_t length = 0;
-  EVP_PKEY_get_octet_string_param(key.get(), OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, nullptr, 0, &length);
-  Wire::Bytes point(length);
-  if (length == 0 || !EVP_PKEY_get_octet_string_param(key.get(), OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, point.data(),
-                                                      point.size(), &length))
-    throw Failure(ExitStatus::Failed, "the public key in " + name + " has no point on a curve");
-  point.resize(length);
+  Wire::Bytes point = UncompressedPoint(key.get());
+  if (point.empty()) throw Failure(ExitStatus::Failed, "the public key in " + name + " has no point on a curve");
   return point;
 }
 

@@ -14,25 +14,9 @@
 namespace Host {
 namespace {
 
-constexpr size_t kLongestPin = 1023;
-
 std::string Prompt(std::optional<int> triesLeft) {
   const bool runningOut = triesLeft && *triesLeft < SoftCard::kPinTries;
   return runningOut ? "PIN (tries left: " + std::to_string(*triesLeft) + "): " : "PIN: ";
-}
-
-Wire::Attachment AskOnTerminal(const std::string& prompt) {
-  const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (terminal < 0) throw Failure(ExitStatus::Failed, "no terminal to ask for the PIN on; use --pin-file FILE");
-  close(terminal);
-  Wire::Attachment pin(kLongestPin + 1);
-  auto* text = reinterpret_cast<char*>(pin.data());
-  const int result = UI_UTIL_read_pw_string(text, static_cast<int>(pin.size()), prompt.c_str(), 0);
-  if (result == -2) throw Failure(ExitStatus::Cancelled, "PIN entry was cancelled; run the command again");
-  if (result != 0)
-    throw Failure(ExitStatus::Failed, "the PIN could not be read from the terminal; use --pin-file FILE");
-  pin.Shorten(std::strlen(text));
-  return pin;
 }
 
 /// Fills `buffer` from `descriptor` up to the end or until it is full. Returns the number of bytes, or -1.
@@ -50,8 +34,22 @@ ssize_t ReadUpTo(int descriptor, Wire::Attachment& buffer) {
 
 }  // namespace
 
+Wire::Attachment AskOnTerminal(const std::string& prompt) {
+  const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
+  if (terminal < 0) throw Failure(ExitStatus::Failed, "no terminal to ask for the PIN on; use --pin-file FILE");
+  close(terminal);
+  Wire::Attachment pin(kLongestPin + 1);
+  auto* text = reinterpret_cast<char*>(pin.data());
+  const int result = UI_UTIL_read_pw_string(text, static_cast<int>(pin.size()), prompt.c_str(), 0);
+  if (result == -2) throw Failure(ExitStatus::Cancelled, "PIN entry was cancelled; run the command again");
+  if (result != 0)
+    throw Failure(ExitStatus::Failed, "the PIN could not be read from the terminal; use --pin-file FILE");
+  pin.Shorten(std::strlen(text));
+  return pin;
+}
+
 Wire::Attachment PinSource::Read(std::optional<int> triesLeft) const {
-  return m_file.empty() ? AskOnTerminal(Prompt(triesLeft)) : ReadFile();
+  return m_file.empty() ? m_ask(Prompt(triesLeft)) : ReadFile();
 }
 
 Wire::Attachment PinSource::ReadFile() const {

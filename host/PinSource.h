@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -7,11 +8,18 @@
 
 namespace Host {
 
-/// Where PINs come from: the terminal, without echo, or a file.
+constexpr size_t kLongestPin = 1023;
+
+/// Asks with `prompt` on the terminal, without echo. Throws Failure (cancelled, or no terminal).
+Wire::Attachment AskOnTerminal(const std::string& prompt);
+
+/// Where PINs come from: the user, who is asked on the terminal unless another way is given, or a file.
 class PinSource {
  public:
-  /// `file` is a path, "-" for standard input, or empty for the terminal.
-  explicit PinSource(std::string file) : m_file(std::move(file)) {}
+  using Asker = std::function<Wire::Attachment(const std::string& prompt)>;
+
+  /// `file` is a path, "-" for standard input, or empty for the user.
+  explicit PinSource(std::string file, Asker ask = AskOnTerminal) : m_file(std::move(file)), m_ask(std::move(ask)) {}
 
   /// The PIN: the first line, without its end. `triesLeft`, when known, is what the prompt warns about.
   /// The buffer is wiped by its owner; no copy stays here. Throws Failure (cancelled, or nothing to read from).
@@ -21,6 +29,7 @@ class PinSource {
   Wire::Attachment ReadFile() const;
 
   std::string m_file;
+  Asker m_ask;
 };
 
 }  // namespace Host

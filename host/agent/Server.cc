@@ -1,0 +1,105 @@
+#include "host/agent/Server.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "host/Failure.h"
+
+namespace Host {
+namespace {
+
+constexpr size_t kLengthSize = 4;
+constexpr size_t kChunk = 16 * 1024;
+
+bool IsOnlyNotReady() {
+  return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+}
+
+}  // namespace
+
+AgentServer::~AgentServer() {
+  for (const Connection& connection : m_connections) close(connection.socket);
+}
+
+void AgentServer::Run(int stop) {
+  while (true) {
+    std::vector<pollfd> waited = {{stop, POLLIN, 0}, {m_listener, POLLIN, 0}};
+    for (const Connection& connection : m_connections)
+      waited.push_back({connection.socket, static_cast<short>(connection.answer.empty() ? POLLIN : POLLOUT), 0});
+    if (poll(waited.data(), waited.size(), -1) < 0) {
+      if (errno == EINTR) continue;
+      throw Failure(ExitStatus::Failed, std::string("waiting for clients failed: ") + std::strerror(errno));
+    }
+    if (waited[0].revents != 0) return;
+
+    size_t index = 2;
+    for (auto connection = m_connections.begin(); connection != m_connections.end(); ++index) {
+      if (waited[index].revents == 0 || Serve(*connection)) {
+        ++connection;
+      } else {
+        close(connection->socket);
+        connection = m_connections.erase(connection);
+      }
+    }
+    if (waited[1].revents != 0) Accept();
+  }
+}
+
+void AgentServer::Accept() {
+  const int socket = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+  if (socket < 0) return;
+  pid_t process = 0;
+  if (IsWelcome(socket, &process)) {
+    m_connections.push_back({socket, process, {}, {}});
+  } else {
+    close(socket);
+  }
+}
+
+bool AgentServer::IsWelcome(int socket, pid_t* process) const {
+  ucred peer = {};
+  socklen_t size = sizeof peer;
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != m_owner) return false;
+  *process = peer.pid;
+  const auto ofThatProcess = std::count_if(m_connections.begin(), m_connections.end(),
+                                           [&](const Connection& other) { return other.process == peer.pid; });
+  return m_connections.size() < kAgentClients && static_cast<size_t>(ofThatProcess) < kAgentClientsOfAProcess;
+}
+
+bool AgentServer::Serve(Connection& connection) {
+  if (!connection.answer.empty()) return Send(connection);
+
+  Ssh::Bytes& request = connection.request;
+  const bool hasLength = request.size() >= kLengthSize;
+  const size_t whole = kLengthSize + (hasLength ? Ssh::Uint32At(request.data()) : 0);
+  uint8_t chunk[kChunk];
+  const ssize_t got = recv(connection.socket, chunk, std::min(sizeof chunk, whole - request.size()), 0);
+  if (got < 0) return IsOnlyNotReady();
+  if (got == 0) return false;
+  request.insert(request.end(), chunk, chunk + got);
+
+  if (request.size() < whole) return true;
+  if (!hasLength) {
+    const uint32_t length = Ssh::Uint32At(request.data());
+    return length > 0 && length <= kLongestAgentMessage;
+  }
+  const Ssh::Bytes message(request.begin() + kLengthSize, request.end());
+  connection.answer = Ssh::Writer().String(m_agent.Answer(message)).Take();
+  Ssh::Bytes().swap(request);
+  return Send(connection);
+}
+
+bool AgentServer::Send(Connection& connection) {
+  Ssh::Bytes& answer = connection.answer;
+  const ssize_t sent = send(connection.socket, answer.data(), answer.size(), MSG_NOSIGNAL);
+  if (sent < 0) return IsOnlyNotReady();
+  answer.erase(answer.begin(), answer.begin() + sent);
+  return true;
+}
+
+}  // namespace Host
