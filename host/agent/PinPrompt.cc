@@ -49,6 +49,10 @@ Failure Cancelled(const std::string& why) {
   return {ExitStatus::Cancelled, "PIN entry was cancelled" + why};
 }
 
+Failure TooLong() {
+  return {ExitStatus::Failed, "what SSH_ASKPASS printed is too long for a PIN"};
+}
+
 /// A program whose output is read. Ended, if it has not left, when this goes.
 class OutputOf {
  public:
@@ -72,7 +76,7 @@ class OutputOf {
   }
 
   ~OutputOf() {
-    if (m_process > 0) kill(m_process, SIGTERM);
+    if (m_process > 0) kill(m_process, SIGKILL);
     WaitForEnd();
     close(m_output);
   }
@@ -113,12 +117,14 @@ Wire::Attachment PinPrompt::Ask(const std::string& prompt) const {
 
 Wire::Attachment PinPrompt::AskWithProgram(const std::string& program, const std::string& prompt) const {
   OutputOf asking(program, prompt);
-  Wire::Attachment pin(kLongestPin + 2);  // for the line's end
+  Wire::Attachment pin(kLongestPin + 3);  // for the line's end, and to see that there is more
   const size_t length = Collect(asking.Descriptor(), pin);
+  // One that has more to say would wait for a reader for ever.
+  if (length == pin.size()) throw TooLong();
   if (!asking.Succeeded()) throw Cancelled("");
   const uint8_t* end = std::find_if(pin.data(), pin.data() + length, [](uint8_t c) { return c == '\n' || c == '\r'; });
   pin.Shorten(static_cast<size_t>(end - pin.data()));
-  if (pin.size() > kLongestPin) throw Failure(ExitStatus::Failed, "what SSH_ASKPASS printed is too long for a PIN");
+  if (pin.size() > kLongestPin) throw TooLong();
   return pin;
 }
 
