@@ -38,6 +38,7 @@ class CommandLine {
     AddAgree();
     AddExport();
     AddAgent();
+    AddLog();
   }
 
   CLI::App& App() { return m_app; }
@@ -116,6 +117,16 @@ class CommandLine {
     command->callback([this] { ServeAgent(m_options, m_agent); });
   }
 
+  void AddLog() {
+    CLI::App* command = m_app.add_subcommand("log", "Follow the token log and the extension's lines in the system log");
+    command->add_option("--lines", m_log.lines, "How many lines of the token log to begin with (20)")->type_name("N");
+    command->add_flag_callback(
+        "--no-follow", [this] { m_log.follow = false; }, "End after what is there");
+    command->add_option("--system-log", m_log.systemLog, "Where syslog writes, when it is not found by itself")
+        ->type_name("FILE");
+    command->callback([this] { ShowLog(m_options, m_log); });
+  }
+
   static CLI::Option* AddText(CLI::App* command, const char* name, std::string& value, const char* type,
                               const char* help) {
     return command->add_option(name, value, help)->type_name(type)->required();
@@ -128,6 +139,7 @@ class CommandLine {
   AgreeArguments m_agree;
   ExportArguments m_export;
   AgentArguments m_agent;
+  LogArguments m_log;
 };
 
 }  // namespace

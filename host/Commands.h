@@ -36,6 +36,12 @@ struct ExportArguments {
   std::string certificate, out;
 };
 
+struct LogArguments {
+  size_t lines = 20;      ///< of the token log that is there already
+  bool follow = true;     ///< until interrupted
+  std::string systemLog;  ///< file; empty: the system's own
+};
+
 /// Each prints its result to standard output and throws Failure.
 void ShowReaders(const Options& options);
 void ListItems(const Options& options);
@@ -43,6 +49,10 @@ void Sign(const Options& options, const SignArguments& arguments);
 void Decrypt(const Options& options, const DecryptArguments& arguments);
 void Agree(const Options& options, const AgreeArguments& arguments);
 void Export(const Options& options, const ExportArguments& arguments);
+
+/// Prints the token log and the extension's lines of the system log. What is missing and how to turn it on goes to
+/// standard error. Throws Failure.
+void ShowLog(const Options& options, const LogArguments& arguments);
 
 /// Tells of tokens as cards come and go, until it is interrupted. A token that fails is told of and costs nothing else.
 void Watch(const Options& options);

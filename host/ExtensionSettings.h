@@ -1,0 +1,38 @@
+/// The settings that the extension reads when it starts, as a help desk asks for them: value and origin.
+
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Host {
+
+/// One of the two settings files.
+struct SettingsFile {
+  enum class State { Read, Missing, NotUnderstood };
+  std::filesystem::path path;
+  State state = State::Missing;
+};
+
+struct Setting {
+  std::string key;     ///< iniparser's form: section, colon, key
+  std::string value;   ///< in force
+  std::string origin;  ///< the file that gave it, or "default"
+};
+
+struct ExtensionSettings {
+  std::vector<SettingsFile> files;  ///< the user's, then the machine-wide one
+  std::vector<Setting> settings;
+
+  /// Whether an extension that starts now writes the token log.
+  bool IsTokenLogOn() const;
+};
+
+/// Reads both files as the extension does; nothing is thrown or printed.
+ExtensionSettings ReadExtensionSettings();
+
+/// Where the extension writes the token log: below HOME.
+std::filesystem::path TokenLogPath();
+
+}  // namespace Host
