@@ -1,3 +1,5 @@
+#include <dlfcn.h>
+
 #include <filesystem>
 
 #include "softcard/Beneath.h"
@@ -40,6 +42,8 @@ class SoftHsmCard : private TokenFolder, private SoftCard::ScopedEnvironment, pu
 
  private:
   CK_FUNCTION_LIST* Personalised(const StoryContents& contents) {
+    // The soft card's library keeps its state until the process ends; unloaded, it would look like a leak.
+    dlopen(SOFTCARD_LIBRARY, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     const std::vector<std::string> keys(contents.slots * contents.keysPerSlot, "p256");
     SoftCard::Personalise(Path(), SOFTCARD_LIBRARY, {{"story"}, contents.slots, "1234", keys, {}});
     SoftCard::LoadBeneath({});
