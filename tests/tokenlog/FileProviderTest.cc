@@ -274,14 +274,17 @@ long WriteCalls() {
 
 TEST_F(FileProvider, WritesALineOfAnyLengthWithOneCall) {
   Configure(5);
-  for (const size_t length : {1u, 100u, 5000u, 70000u}) {
+  const auto writesFor = [&](size_t length) {
     const HLOGGER logger = Logger();
     const std::wstring text(length, L'x');
     const long before = WriteCalls();
     m_log.info(logger, text.c_str());
-    EXPECT_EQ(WriteCalls() - before, 1) << length << " characters";
+    const long writes = WriteCalls() - before;
     m_log.destroy(logger);
-  }
+    return writes;
+  };
+  writesFor(1);  // where a sanitizer looks at an object for the first time, it writes to a pipe of its own
+  for (const size_t length : {1u, 100u, 5000u, 70000u}) EXPECT_EQ(writesFor(length), 1) << length << " characters";
 }
 
 TEST_F(FileProvider, HandleBeginsWithSizeMagicLevelPathAndName) {
