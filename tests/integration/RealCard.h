@@ -17,7 +17,8 @@ class RealCard {
   RealCard(const RealCard&) = delete;
   RealCard& operator=(const RealCard&) = delete;
 
-  static std::string Pin() { return "canary-5318"; }
+  /// Longer than what an allocator overwrites of memory that is freed.
+  static std::string Pin() { return "long-canary-5318-9046-2271-8835-6017-4492-7350"; }
 
   ChildResult SoftCard(const std::vector<std::string>& arguments) const;
   /// With the right PIN.
