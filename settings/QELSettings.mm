@@ -67,12 +67,21 @@ int log_iniparser_error(const char *format, ...) {
   return iniparser_find_entry(m_localIni, key) ? m_localIni : m_globalIni;
 }
 
+/// A section is an entry without a value in iniparser's dictionary, and its name may read like a key. Its number and
+/// text readers follow the null pointer.
+static BOOL HasValue(const dictionary *file, const char *key) {
+  return iniparser_getstring(file, key, nullptr) != nullptr;
+}
+
 - (int)getInt:(const char *)key notfound:(int)value {
-  return iniparser_getint([self fileFor:key], key, value);
+  const dictionary *file = [self fileFor:key];
+  return HasValue(file, key) ? iniparser_getint(file, key, value) : value;
 }
 
 - (NSString *)getString:(const char *)key def:(const char *)value {
-  return [[[NSString alloc] initWithUTF8String:iniparser_getstring([self fileFor:key], key, value)] autorelease];
+  const dictionary *file = [self fileFor:key];
+  const char *text = HasValue(file, key) ? iniparser_getstring(file, key, value) : value;
+  return [[[NSString alloc] initWithUTF8String:text] autorelease];
 }
 
 - (NSString *)logPath {

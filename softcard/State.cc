@@ -41,6 +41,13 @@ class File {
   int m_descriptor;
 };
 
+/// Turns numbers with a fraction into nulls, which no member takes: there are none in a state, and making an integer of
+/// a large one is undefined.
+bool WithoutFractions(int, nlohmann::json::parse_event_t, nlohmann::json& parsed) {
+  if (parsed.is_number_float()) parsed = nullptr;
+  return true;
+}
+
 template <typename Named>
 Named* FindByName(std::vector<Named>& list, const std::string& name) {
   const auto found = std::find_if(list.begin(), list.end(), [&](const Named& each) { return each.name == name; });
@@ -70,7 +77,7 @@ State Load(const std::filesystem::path& directory) {
     Fail(file, std::strerror(errno));
   }
   try {
-    return nlohmann::json::parse(in).get<State>();
+    return nlohmann::json::parse(in, WithoutFractions).get<State>();
   } catch (const nlohmann::json::exception& error) {
     Fail(file, std::string("not a soft card state: ") + error.what());
   }

@@ -94,6 +94,14 @@ size_t ReceiveBytes(int socket, uint8_t* to, size_t length, std::optional<std::c
   return received;
 }
 
+/// Turns numbers with a fraction into nulls: no message has any, and making an integer of a large one is undefined.
+bool WithoutFractions(int, nlohmann::json::parse_event_t, nlohmann::json& parsed) {
+  if (parsed.is_number_float()) {
+    parsed = nullptr;
+  }
+  return true;
+}
+
 void RequireWhole(const char* part, size_t received, size_t length) {
   if (received < length) {
     throw ProtocolError(Kind::Truncated, std::string("the stream ended after ") + std::to_string(received) + " of " +
@@ -131,7 +139,7 @@ std::optional<Message> Receive(int socket, std::optional<std::chrono::millisecon
   std::string header(headerLength, '\0');
   auto* headerBytes = reinterpret_cast<uint8_t*>(header.data());
   RequireWhole("header", ReceiveBytes(socket, headerBytes, header.size(), timeout), header.size());
-  Message message = {nlohmann::json::parse(header, nullptr, false), Attachment(attachmentLength)};
+  Message message = {nlohmann::json::parse(header, WithoutFractions, false), Attachment(attachmentLength)};
   if (!message.header.is_object()) {
     throw ProtocolError(Kind::Garbage, "the header is not a JSON object");
   }

@@ -88,6 +88,11 @@ TEST_F(WireMessage, TextThatIsNotUtf8ArrivesReplaced) {
   EXPECT_EQ(Wire::Receive(Theirs())->header.at("text"), "a\xEF\xBF\xBDz");
 }
 
+TEST_F(WireMessage, ANumberWithAFractionArrivesAsNone) {
+  Wire::Send(Ours(), {{{"token", 1e300}, {"session", 2}}, {}});
+  EXPECT_EQ(Wire::Receive(Theirs())->header, nlohmann::json({{"token", nullptr}, {"session", 2}}));
+}
+
 TEST_F(WireMessage, EndBetweenMessagesIsNoFailure) {
   CloseOurs();
   EXPECT_FALSE(Wire::Receive(Theirs()));

@@ -103,6 +103,12 @@ TEST_F(Settings, AnEmptyValueOfTheUserStillWins) {
   EXPECT_EQ(Ask({"load", "logPath"}), "\n");
 }
 
+TEST_F(Settings, ASectionNamedLikeAKeyIsNoValueOfIt) {
+  UserFile("[Pkcs11:LogLevelPkcs11]\n[Global:LogFile]\n");
+  EXPECT_EQ(Ask({"load", "logging", "int", "Pkcs11:LogLevelPkcs11", "9", "string", "Global:LogFile", "none"}),
+            "off\n9\nnone\n");
+}
+
 TEST_F(Settings, WithoutFilesLoggingIsOffAndThePathTheDefault) {
   EXPECT_EQ(Ask({"load", "loaded", "logging", "logPath"}),
             "yes\noff\n" + m_environmentHome + "/Documents/QELToken.log\n");

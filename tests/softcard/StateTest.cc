@@ -79,6 +79,12 @@ TEST_F(SoftCardState, ChangesFromSeveralThreadsAllArrive) {
   EXPECT_EQ(SoftCard::Readers(m_directory).size(), 40U);
 }
 
+TEST_F(SoftCardState, ANumberWithAFractionIsNoState) {
+  fs::create_directory(m_directory);
+  std::ofstream(m_directory / "state.json") << R"({"cards": [{"tokens": [{"triesLeft": 1e300}]}]})";
+  EXPECT_THROW(SoftCard::Load(m_directory), std::runtime_error);
+}
+
 TEST_F(SoftCardState, AFileThatIsNoStateIsNamedInTheError) {
   fs::create_directory(m_directory);
   for (const char* text : {"", "{", "[]", R"({"readers": 5})"}) {
