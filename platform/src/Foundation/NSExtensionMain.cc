@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/src/Foundation/CrashReport.h"
 #include "platform/src/Foundation/ExtensionServer.h"
 
 namespace {
@@ -56,6 +57,7 @@ void Serve(int socket) {
 
 /// The entry of an extension's process: answers the host until it closes the socket.
 extern "C" int NSExtensionMain(int argc, char** argv) {
+  PrepareForCrash();
   const std::optional<int> socket = HostSocket(argc, argv);
   if (!socket) {
     std::fprintf(stderr, "%s: an extension is started by its host, with --host-socket=DESCRIPTOR\n", argv[0]);
