@@ -25,6 +25,13 @@ if(QEL_CCACHE)
   endforeach()
 endif()
 
+if(QEL_TIDY)
+  find_program(QEL_CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
+  foreach(language C CXX OBJC OBJCXX)
+    set(CMAKE_${language}_CLANG_TIDY ${QEL_CLANG_TIDY})
+  endforeach()
+endif()
+
 # Everything that is compiled here, product or not, gets these.
 add_library(qel_options INTERFACE)
 target_compile_options(qel_options INTERFACE -Wall -Wextra -Werror)

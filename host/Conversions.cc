@@ -40,7 +40,7 @@ Bytes DigestInfo(const std::string& name, const Bytes& digest) {
   unsigned char* encoded = nullptr;
   const int length = i2d_X509_SIG(info.get(), &encoded);
   if (length < 0) throw Failure(ExitStatus::Failed, "encoding the digest failed");
-  const Bytes result(encoded, encoded + length);
+  Bytes result(encoded, encoded + length);
   OPENSSL_free(encoded);
   return result;
 }

@@ -39,7 +39,7 @@ std::vector<unsigned char> Der(const Object* object, Encode encode) {
   unsigned char* out = nullptr;
   const int length = encode(object, &out);
   if (length < 0) FailInOpenssl("encoding");
-  const std::vector<unsigned char> der(out, out + length);
+  std::vector<unsigned char> der(out, out + length);
   OPENSSL_free(out);
   return der;
 }

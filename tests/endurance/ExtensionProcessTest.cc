@@ -24,12 +24,13 @@ TEST(ExtensionProcessEndurance, KeepsItsMemoryOverInsertionsAndSignatures) {
   const RealCard card({"--key", "p256"});
   setenv("HOME", card.Path("home").c_str(), 1);
   setenv("QEL_SOFTCARD_DIR", card.Path("cards").c_str(), 1);
-  card.SoftCard({"trace", "off"});
+  ASSERT_EQ(card.SoftCard({"trace", "off"}).exitStatus, 0);
+  ASSERT_EQ(card.SoftCard({"remove"}).exitStatus, 0);
 
   Host::ExtensionProcess process(QEL_BUNDLE, std::chrono::seconds(30));
   const Host::PinSource pins(card.Path("pin"));
   const std::string reader = "QEL Soft Reader 00";
-  Slope memory;
+  Slope memory(kInsertions);
   int descriptors = 0;
   for (int i = 0; i < kInsertions; ++i) {
     ASSERT_EQ(card.SoftCard({"insert", "card"}).exitStatus, 0);

@@ -17,6 +17,9 @@ int OpenDescriptors(pid_t process);
 /// What a run costs per step: the slope of the line through the measured points, by least squares.
 class Slope {
  public:
+  /// Takes its memory at once, so that it measures no growth of its own.
+  explicit Slope(size_t points) { m_points.reserve(points); }
+
   void Add(double steps, double value);
 
   /// The change of the value per step. At least two points.
