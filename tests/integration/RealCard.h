@@ -42,8 +42,9 @@ class RealCard {
   void Write(const std::string& file, const std::string& text) const;
   const std::filesystem::path& Folder() const { return m_folder; }
 
- private:
+  /// What the programs of this card run with.
   ChildEnvironment Environment() const;
 
+ private:
   std::filesystem::path m_folder;
 };

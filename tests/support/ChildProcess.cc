@@ -1,13 +1,22 @@
 #include "tests/support/ChildProcess.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <spawn.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
+#include <thread>
 
 extern "C" char** environ;  // not every system's header declares it
 
@@ -81,4 +90,67 @@ ChildResult RunChild(const std::string& program, const std::vector<std::string>&
   waitpid(child, &status, 0);
   if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
   return result;
+}
+
+BackgroundChild::BackgroundChild(const std::string& program, const std::vector<std::string>& arguments,
+                                 const ChildEnvironment& environment, std::string log)
+    : m_log(std::move(log)) {
+  std::vector<std::string> command{program};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  std::vector<std::string> variables = EnvironmentWith(environment);
+  const std::vector<char*> argumentPointers = Pointers(command);
+  const std::vector<char*> variablePointers = Pointers(variables);
+  const int written = open(m_log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  if (written < 0 || nothing < 0) throw std::runtime_error(m_log + ": " + std::strerror(errno));
+  m_process = fork();
+  if (m_process == 0) {
+#ifdef __linux__
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+#endif
+    dup2(nothing, STDIN_FILENO);
+    dup2(written, STDOUT_FILENO);
+    dup2(written, STDERR_FILENO);
+    execve(program.c_str(), argumentPointers.data(), variablePointers.data());
+    _exit(127);
+  }
+  close(written);
+  close(nothing);
+  if (m_process < 0) throw std::runtime_error(program + ": " + std::strerror(errno));
+}
+
+std::string BackgroundChild::Log() const {
+  std::ostringstream text;
+  text << std::ifstream(m_log, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+bool BackgroundChild::WaitFor(const std::string& text) {
+  constexpr int kTurns = 30 * 100;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    if (Log().find(text) != std::string::npos) return true;
+    if (EndedWithin(0.01)) return false;
+  }
+  return false;
+}
+
+bool BackgroundChild::EndedWithin(double seconds) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+  int status = 0;
+  while (m_process > 0 && waitpid(m_process, &status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  if (m_process > 0 && WIFEXITED(status)) m_exitStatus = WEXITSTATUS(status);
+  m_process = 0;
+  return true;
+}
+
+std::optional<int> BackgroundChild::Stop() {
+  if (m_process > 0) kill(m_process, SIGTERM);
+  if (!EndedWithin(10)) {
+    kill(m_process, SIGKILL);
+    EndedWithin(10);
+  }
+  return m_exitStatus;
 }

@@ -1,0 +1,111 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include "tests/agent/CardAgent.h"
+
+namespace {
+
+using Pin = CardAgent::Pin;
+
+/// Whether a connection of its own gets a signature from the agent's first key.
+bool Signs(const CardAgent& agent) {
+  return IsSigned(AgentClient(agent.Socket()).Ask(SignRequest(agent.KeyBlobs().at(0), "data", 2)));
+}
+
+TEST(AgentLogin, ServesAllClientsUntilTheCardIsRemoved) {
+  const CardAgent agent({"p256"}, Pin::AskPass);
+  EXPECT_EQ(agent.Keys().size(), 1u);
+  EXPECT_EQ(agent.TimesAsked(), 0);
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 1);
+  ASSERT_EQ(agent.Card().SoftCard({"remove"}).exitStatus, 0);
+  EXPECT_EQ(agent.Run(QEL_SSH_ADD, {"-L"}).output, "The agent has no identities.\n");
+  ASSERT_EQ(agent.Card().SoftCard({"insert", "card"}).exitStatus, 0);
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 2);
+}
+
+TEST(AgentLogin, EndsWithACardThatWasExchangedUnseen) {
+  const CardAgent agent({"p256"}, Pin::AskPass);
+  EXPECT_TRUE(Signs(agent));
+  ASSERT_EQ(agent.Card().SoftCard({"remove"}).exitStatus, 0);
+  ASSERT_EQ(agent.Card().SoftCard({"insert", "card"}).exitStatus, 0);
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 2);
+}
+
+TEST(AgentLogin, IsForEachSignatureWhenAlwaysAsked) {
+  const CardAgent agent({"p256"}, Pin::AskPass, {"--always-ask"});
+  for (int i = 1; i <= 3; ++i) {
+    EXPECT_TRUE(Signs(agent));
+    EXPECT_EQ(agent.TimesAsked(), i);
+  }
+}
+
+TEST(AgentLogin, AsksForThePinOfTheKeyAndWarnsOfTheTriesLeft) {
+  const CardAgent agent({"p256"}, Pin::AskPass);
+  agent.OnAsking("cat '" + agent.Card().Path("wrong") + "'");
+  EXPECT_FALSE(Signs(agent));
+  agent.OnAsking("cat '" + agent.Card().Path("pin") + "'");
+  EXPECT_TRUE(Signs(agent));
+  const std::string key = "SSH key EC P-256 key 1 (EC P-256 key 1), PIN";
+  EXPECT_EQ(agent.Card().Text("asked"), key + ": \n" + key + " (tries left: 1): \n");
+}
+
+TEST(AgentLogin, ACancelledPinRefusesThatSignatureOnly) {
+  CardAgent agent({"p256"}, Pin::AskPass);
+  agent.OnAsking("exit 1");
+  EXPECT_FALSE(Signs(agent));
+  EXPECT_TRUE(agent.Process().WaitFor("ctkhost: PIN entry was cancelled\n"));
+  agent.OnAsking("cat '" + agent.Card().Path("pin") + "'");
+  EXPECT_TRUE(Signs(agent));
+}
+
+TEST(AgentLogin, DoesNotTryAWrongPinFileAgain) {
+  const CardAgent agent({"p256"}, Pin::File);
+  agent.Card().Write("pin", "wrong\n");
+  for (int i = 0; i < 4; ++i) EXPECT_FALSE(Signs(agent));
+  agent.Card().Write("pin", RealCard::Pin() + "\n");
+  EXPECT_FALSE(Signs(agent));
+  ASSERT_EQ(agent.Card().SoftCard({"remove"}).exitStatus, 0);
+  ASSERT_EQ(agent.Card().SoftCard({"insert", "card"}).exitStatus, 0);
+  EXPECT_TRUE(Signs(agent));
+}
+
+TEST(AgentLogin, IsAskedForAgainAfterTheExtensionWasEndedBetweenTwoRequests) {
+  CardAgent agent({"p256"}, Pin::AskPass);
+  EXPECT_TRUE(Signs(agent));
+  const std::string children =
+      "/proc/" + std::to_string(agent.Process().ProcessId()) + "/task/" + std::to_string(agent.Process().ProcessId());
+  ASSERT_EQ(RunChild("/bin/sh", {"-c", "kill -9 $(cat " + children + "/children)"}).exitStatus, 0);
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 2);
+}
+
+TEST(AgentProcess, RemovesItsSocketWhenItIsEndedAlsoWhileItAsks) {
+  for (const bool asking : {false, true}) {
+    CardAgent agent({"p256"}, Pin::AskPass);
+    agent.OnAsking("exec sleep 100");
+    AgentClient client(agent.Socket());
+    if (asking) client.Send(SignRequest(agent.KeyBlobs().at(0), "data", 0));
+    while (asking && agent.TimesAsked() == 0) usleep(10000);
+    EXPECT_EQ(agent.Process().Stop(), 0);
+    EXPECT_FALSE(std::filesystem::exists(agent.Socket()));
+  }
+}
+
+TEST(AgentProcess, LockingHidesTheKeysFromOpenSsh) {
+  const CardAgent agent({"p256"});
+  AgentClient client(agent.Socket());
+  EXPECT_EQ(client.Ask(Ssh::Writer().Byte(22).String("word").Take()), Ssh::Bytes{6});
+  EXPECT_EQ(agent.Run(QEL_SSH_ADD, {"-L"}).output, "The agent has no identities.\n");
+  EXPECT_EQ(client.Ask(Ssh::Writer().Byte(23).String("word").Take()), Ssh::Bytes{6});
+  EXPECT_EQ(agent.Keys().size(), 1u);
+}
+
+TEST(AgentProcess, StartsWithoutACardAndTakesNoPinFromStandardInput) {
+  const RealCard card({"--key", "p256"});
+  EXPECT_EQ(card.HostWithPinFile("pin", {"--pin-file", "-", "agent"}).exitStatus, 2);
+}
+
+}  // namespace
