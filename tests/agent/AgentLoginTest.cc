@@ -75,9 +75,11 @@ TEST(AgentLogin, DoesNotTryAWrongPinFileAgain) {
 TEST(AgentLogin, IsAskedForAgainAfterTheExtensionWasEndedBetweenTwoRequests) {
   CardAgent agent({"p256"}, Pin::AskPass);
   EXPECT_TRUE(Signs(agent));
-  const std::string children =
-      "/proc/" + std::to_string(agent.Process().ProcessId()) + "/task/" + std::to_string(agent.Process().ProcessId());
-  ASSERT_EQ(RunChild("/bin/sh", {"-c", "kill -9 $(cat " + children + "/children)"}).exitStatus, 0);
+  const std::string host = std::to_string(agent.Process().ProcessId());
+  const std::string kill =
+      "child=$(cat /proc/" + host + "/task/" + host +
+      "/children) && kill -9 $child && until grep -q 'State:.Z' /proc/$((child))/status; do sleep 0.01; done";
+  ASSERT_EQ(RunChild("/bin/sh", {"-c", kill}).exitStatus, 0);
   EXPECT_TRUE(Signs(agent));
   EXPECT_EQ(agent.TimesAsked(), 2);
 }
