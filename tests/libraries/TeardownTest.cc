@@ -21,6 +21,15 @@ TEST_F(TeardownTest, ThePinDialogGoesFirstThenThePkcs11LibraryThenLogging) {
                                          }));
 }
 
+TEST_F(TeardownTest, LoggingThatIsTakenUpAfterTheLibrariesStillEndsLast) {
+  EXPECT_EQ(AfterMain({"token", "log"}), (Texts{
+                                             "PIN dialog library closed",
+                                             "C_Finalize",
+                                             "card library closed",
+                                             "logging ended",
+                                         }));
+}
+
 TEST_F(TeardownTest, ATokenThatIsNeverReleasedDoesNotDisturbTheEnd) {
   EXPECT_EQ(AfterMain({"keep"}), (Texts{"PIN dialog library closed", "C_Finalize", "card library closed"}));
 }
