@@ -10,6 +10,8 @@
 #include <cstring>
 #include <thread>
 
+#include "host/ExtensionEnvironment.h"
+
 namespace Host {
 namespace {
 
@@ -106,8 +108,12 @@ void ExtensionProcess::Spawn() {
   const std::string program = m_executable.string();
   const std::string socket = "--host-socket=" + std::to_string(kExtensionSocket);
   const char* arguments[] = {program.c_str(), socket.c_str(), "-GSLogSyslog", "YES", nullptr};
+  std::vector<std::string> variables = ExtensionEnvironment();
+  std::vector<char*> environment;
+  for (std::string& variable : variables) environment.push_back(variable.data());
+  environment.push_back(nullptr);
   const int result = posix_spawn(&m_process, program.c_str(), ChildDescriptors(sockets[1]).Actions(), nullptr,
-                                 const_cast<char* const*>(arguments), environ);
+                                 const_cast<char* const*>(arguments), environment.data());
   close(sockets[1]);
   if (result != 0) {
     m_channel.reset();

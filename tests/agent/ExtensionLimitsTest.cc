@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "tests/agent/CardAgent.h"
+
+namespace {
+
+std::string Contents(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+class ExtensionLimits : public ::testing::Test {
+ protected:
+  ExtensionLimits() : agent({"p256"}, CardAgent::Pin::AskPass) {
+    agent.Keys();  // starts the extension
+    const std::string host = std::to_string(agent.Process().ProcessId());
+    std::istringstream(Contents("/proc/" + host + "/task/" + host + "/children")) >> extension;
+  }
+  std::string Of(const std::string& file) const { return "/proc/" + extension + "/" + file; }
+
+  CardAgent agent;
+  std::string extension;
+};
+
+TEST_F(ExtensionLimits, ItsEnvironmentHasTheUsersHomeAndNothingOfTheSession) {
+  std::string variables = Contents(Of("environ"));
+  EXPECT_NE(variables.find("HOME=" + agent.Card().Path("home")), std::string::npos);
+  EXPECT_NE(variables.find("QEL_SOFTCARD_DIR=" + agent.Card().Path("cards")), std::string::npos);
+  for (const char* name : {"SSH_ASKPASS", "SSH_AUTH_SOCK", "PWD="})
+    EXPECT_EQ(variables.find(name), std::string::npos) << name;
+}
+
+TEST_F(ExtensionLimits, ItLeavesNoCoreFile) {
+  const std::string limits = Contents(Of("limits"));
+  const std::string line = limits.substr(limits.find("Max core file size"), 60);
+  std::istringstream words(line.substr(26));
+  std::string soft, hard;
+  words >> soft >> hard;
+  EXPECT_EQ(soft + " " + hard, "0 0") << line;
+}
+
+TEST_F(ExtensionLimits, ItInheritsNoDescriptorButItsSocket) {
+  std::map<std::string, std::string> descriptors;
+  for (const auto& entry : std::filesystem::directory_iterator(Of("fd")))
+    descriptors[entry.path().filename()] = std::filesystem::read_symlink(entry.path());
+  EXPECT_EQ(descriptors.size(), 4u);
+  EXPECT_EQ(descriptors["0"], "/dev/null");
+  EXPECT_EQ(descriptors["3"].rfind("socket:", 0), 0u);
+}
+
+}  // namespace
