@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#import "settings/QELSettings.h"
 #include "tests/support/SystemLogLines.h"
 #import "tests/token/InitializerGivesNil.h"
 #include "tests/token/PassingException.h"
@@ -39,6 +40,28 @@ class QELTokenConstruction : public TokenTest {
 
   CapturedLog m_lines{kInfo};
 };
+
+TEST_F(QELTokenConstruction, LoadsTheSettings) {
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    MakeToken();
+  }
+  EXPECT_TRUE([[QELSettings getGlobalSettings] loadCalled]);
+}
+
+TEST_F(QELTokenConstruction, AReleasedTokenGivesUpItsSlotsAndSessions) {
+  FakeCard card(EmptySlot());
+  NSMutableArray<NSNumber *> *slots = nil, *sessions = nil;
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    slots = [[token hSlots] retain];
+    sessions = [[token hSessions] retain];
+  }
+  EXPECT_EQ([slots retainCount], 1u);
+  EXPECT_EQ([sessions retainCount], 1u);
+  [slots release];
+  [sessions release];
+}
 
 TEST_F(QELTokenConstruction, CallsTheCardInExactlyThisOrder) {
   FakeCard card(EmptySlot());
