@@ -15,12 +15,13 @@ constexpr int kMostCalls = 64;
 alignas(16) char s_stack[64 * 1024];  // a stack that overflowed is no place for the report
 
 /// Only what may be called in a signal handler. Addresses and names of functions, never arguments or memory.
-void Report(int signal) {
+void Report(int number) {
   constexpr char kTitle[] = "the extension crashed; its calls, the innermost first:\n";
   void* calls[kMostCalls];
   const int count = backtrace(calls, kMostCalls);
   if (write(STDERR_FILENO, kTitle, sizeof kTitle - 1) > 0) backtrace_symbols_fd(calls, count, STDERR_FILENO);
-  raise(signal);  // the handler is gone by now
+  signal(number, SIG_DFL);
+  raise(number);
 }
 
 }  // namespace
