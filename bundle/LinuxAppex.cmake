@@ -2,6 +2,8 @@
 
 set(appex ${PROJECT_BINARY_DIR}/QELToken.appex/Contents)
 qel_extension_plist(${appex}/Info.plist)
+# macOS has them in the signature; here the host reads them.
+configure_file(Extension.entitlements.in ${appex}/Extension.entitlements @ONLY)
 
 # platform/ supplies the entry; the classes are found by name in the runtime's tables, so nothing need be exported.
 target_link_libraries(QELToken PRIVATE qel_extension_main)

@@ -7,10 +7,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <thread>
 
 #include "host/ExtensionEnvironment.h"
+#include "host/Sandbox.h"
 
 namespace Host {
 namespace {
@@ -52,6 +55,21 @@ bool EndedWithin(pid_t process, milliseconds patience, int* status) {
   return true;
 }
 
+/// The result of `spawn`, done in a thread of its own: what confines that thread confines what it starts, and nobody
+/// else. Without Landlock, in this thread.
+int Confined(const std::vector<SandboxRule>& rules, const std::function<int()>& spawn) {
+  if (rules.empty() || !Sandbox::IsAvailable()) {
+    static const bool told =
+        std::fputs("ctkhost: no sandbox: the kernel has no Landlock or the bundle no entitlements\n", stderr) >= 0;
+    (void)told;
+    return spawn();
+  }
+  const Sandbox sandbox(rules);
+  int result = EPERM;
+  std::thread([&] { result = sandbox.Enter() ? spawn() : EPERM; }).join();
+  return result;
+}
+
 std::string EndOf(int status) {
   if (WIFSIGNALED(status))
     return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
@@ -68,12 +86,13 @@ std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer) {
   return answer ? std::to_string(answer->size()) + " bytes" : Describe(answer.error);
 }
 
-ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer)
-    : m_executable((bundle.has_filename() ? bundle : bundle.parent_path()) / "Contents/MacOS"),
+ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer,
+                                   Confinement confinement)
+    : m_bundle(bundle.has_filename() ? bundle : bundle.parent_path()),
+      m_executable(m_bundle / "Contents/MacOS" / m_bundle.stem()),
       m_timeout(timeout),
-      m_observer(std::move(observer)) {
-  m_executable /= (bundle.has_filename() ? bundle : bundle.parent_path()).stem();
-}
+      m_observer(std::move(observer)),
+      m_confinement(confinement) {}
 
 ExtensionProcess::~ExtensionProcess() {
   if (IsRunning()) End(kPatienceAtEnd);
@@ -112,8 +131,12 @@ void ExtensionProcess::Spawn() {
   std::vector<char*> environment;
   for (std::string& variable : variables) environment.push_back(variable.data());
   environment.push_back(nullptr);
-  const int result = posix_spawn(&m_process, program.c_str(), ChildDescriptors(sockets[1]).Actions(), nullptr,
-                                 const_cast<char* const*>(arguments), environment.data());
+  const ChildDescriptors descriptors(sockets[1]);
+  const auto spawn = [&] {
+    return posix_spawn(&m_process, program.c_str(), descriptors.Actions(), nullptr, const_cast<char* const*>(arguments),
+                       environment.data());
+  };
+  const int result = m_confinement == Confinement::None ? spawn() : Confined(RulesFor(m_bundle), spawn);
   close(sockets[1]);
   if (result != 0) {
     m_channel.reset();

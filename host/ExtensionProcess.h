@@ -24,12 +24,16 @@ std::string OutcomeOf(const Wire::Answer<T>& answer) {
   return answer ? "done" : Describe(answer.error);
 }
 
+/// Whether the extension's process is kept to what its entitlements allow, where the kernel can do that.
+enum class Confinement { None, Entitlements };
+
 /// The extension's process: started when it is first asked, and again after it crashed, hung or talked nonsense. Such
 /// an end costs the request that met it; tokens and sessions of the ended process are gone.
 class ExtensionProcess {
  public:
   /// `bundle` is NAME.appex with the executable Contents/MacOS/NAME. `timeout` is how long one answer may take.
-  ExtensionProcess(const std::filesystem::path& bundle, std::chrono::milliseconds timeout, Observer observer = {});
+  ExtensionProcess(const std::filesystem::path& bundle, std::chrono::milliseconds timeout, Observer observer = {},
+                   Confinement confinement = Confinement::None);
 
   /// Closes the socket and waits until the extension has left; ends it when it does not.
   ~ExtensionProcess();
@@ -72,9 +76,10 @@ class ExtensionProcess {
   /// Waits for the end, `patience` long, then forces it. Returns the wait status.
   int End(std::chrono::milliseconds patience);
 
-  std::filesystem::path m_executable;
+  std::filesystem::path m_bundle, m_executable;
   std::chrono::milliseconds m_timeout;
   Observer m_observer;
+  Confinement m_confinement;
   std::unique_ptr<Wire::Channel> m_channel;
   pid_t m_process = 0;
   int m_run = 0;

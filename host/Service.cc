@@ -12,7 +12,8 @@ void TellOnStandardError(const std::string& line) {
 }  // namespace
 
 ExtensionProcess MakeProcess(const Options& options) {
-  return ExtensionProcess(options.extension, options.timeout, options.verbose ? TellOnStandardError : Observer());
+  return ExtensionProcess(options.extension, options.timeout, options.verbose ? TellOnStandardError : Observer(),
+                          options.sandbox ? Confinement::Entitlements : Confinement::None);
 }
 
 std::vector<Reader> ChosenReaders(const Options& options) {

@@ -14,9 +14,11 @@ std::string Contents(const std::string& path) {
   return text.str();
 }
 
+using Arguments = std::vector<std::string>;
+
 class ExtensionLimits : public ::testing::Test {
  protected:
-  ExtensionLimits() : agent({"p256"}, CardAgent::Pin::AskPass) {
+  explicit ExtensionLimits(const Arguments& options = {}) : agent({"p256"}, CardAgent::Pin::AskPass, options) {
     agent.Keys();  // starts the extension
     const std::string host = std::to_string(agent.Process().ProcessId());
     std::istringstream(Contents("/proc/" + host + "/task/" + host + "/children")) >> extension;
@@ -51,6 +53,18 @@ TEST_F(ExtensionLimits, ItInheritsNoDescriptorButItsSocket) {
   EXPECT_EQ(descriptors.size(), 4u);
   EXPECT_EQ(descriptors["0"], "/dev/null");
   EXPECT_EQ(descriptors["3"].rfind("socket:", 0), 0u);
+}
+
+class ExtensionSandbox : public ExtensionLimits {
+ protected:
+  ExtensionSandbox() : ExtensionLimits({"--sandbox"}) {}
+};
+
+TEST_F(ExtensionSandbox, LetsTheCardSignAndGivesNoPrivilegesBack) {
+  EXPECT_TRUE(IsSigned(AgentClient(agent.Socket()).Ask(SignRequest(agent.KeyBlobs().at(0), "data", 0))));
+  EXPECT_NE(agent.Card().Text("trace").find(" C_Sign("), std::string::npos);
+  if (agent.Process().Log().find("no sandbox") != std::string::npos) GTEST_SKIP() << "this kernel has no Landlock";
+  EXPECT_NE(Contents(Of("status")).find("NoNewPrivs:\t1\n"), std::string::npos);
 }
 
 }  // namespace
