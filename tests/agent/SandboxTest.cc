@@ -18,10 +18,10 @@ TEST(SandboxRules, AreTheReadOnlyExceptionsOfTheEntitlements) {
       "<key>com.apple.security.temporary-exception.files.home-relative-path.read-only</key><array>\n"
       "<string>/Library/Preferences/c.ini</string></array>\n"
       "<key>another</key><array><string>/not/this</string></array>";
-  EXPECT_EQ(Host::ReadOnlyExceptions(text, "/build/Library", "/home/user"),
+  EXPECT_EQ(Host::ReadOnlyExceptions(text, "/build/Library", "/users/u"),
             (std::vector<fs::path>{"/build/Library/Frameworks/A.framework/", "/usr/local/lib/b.dylib",
-                                   "/home/user/Library/Preferences/c.ini"}));
-  EXPECT_TRUE(Host::ReadOnlyExceptions("<dict/>", "/build/Library", "/home/user").empty());
+                                   "/users/u/Library/Preferences/c.ini"}));
+  EXPECT_TRUE(Host::ReadOnlyExceptions("<dict/>", "/build/Library", "/users/u").empty());
 }
 
 class Landlock : public ::testing::Test {
