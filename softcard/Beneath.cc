@@ -11,6 +11,16 @@ namespace {
 
 CK_FUNCTION_LIST* g_beneath = nullptr;
 std::string g_loadedFrom;
+bool g_endedAtExit = false;
+
+/// Libraries destroy their state while the process exits, and SoftHSM2 then crashes when it is finalized, as callers do
+/// from destructors of their own. So it is finalized before that, once the exit has begun.
+void FinalizeBeforeOthersAtExit() {
+  [[maybe_unused]] static const int registered = std::atexit([] {
+    g_beneath->C_Finalize(nullptr);
+    g_endedAtExit = true;
+  });
+}
 
 std::string DefaultLibrary() {
   for (const char* path : {"/usr/lib/softhsm/libsofthsm2.so", QEL_SOFTCARD_MULTIARCH_SOFTHSM})
@@ -53,7 +63,9 @@ std::string PrepareTokenStore(const std::filesystem::path& directory) {
   return configuration.string();
 }
 
-CK_RV InitializeBeneath(const State& state, void* arguments) {
+namespace {
+
+CK_RV InitializeWithParameters(const State& state, void* arguments) {
   if (state.parameters.empty()) return g_beneath->C_Initialize(arguments);
   // NSS softoken reads one more pointer after pReserved when that is given, and insists on null there.
   struct {
@@ -64,6 +76,19 @@ CK_RV InitializeBeneath(const State& state, void* arguments) {
   auto parameters = state.parameters;
   extended.standard.pReserved = parameters.data();
   return g_beneath->C_Initialize(&extended);
+}
+
+}  // namespace
+
+CK_RV InitializeBeneath(const State& state, void* arguments) {
+  const auto result = InitializeWithParameters(state, arguments);
+  // After the library's own registrations, so that its handlers run later than ours.
+  if (result == CKR_OK) FinalizeBeforeOthersAtExit();
+  return result;
+}
+
+CK_RV FinalizeBeneath(void* reserved) {
+  return g_endedAtExit ? CKR_OK : g_beneath->C_Finalize(reserved);
 }
 
 ScopedEnvironment::ScopedEnvironment(const char* name, const std::optional<std::string>& value) : m_name(name) {

@@ -24,6 +24,9 @@ std::string PrepareTokenStore(const std::filesystem::path& directory);
 /// with that string in `pReserved`; otherwise the arguments go on unchanged.
 CK_RV InitializeBeneath(const State& state, void* arguments);
 
+/// C_Finalize of the library beneath. CKR_OK without a call once the process's exit has ended that library.
+CK_RV FinalizeBeneath(void* reserved);
+
 /// An environment variable that has another value, or none, until the end of the scope.
 class ScopedEnvironment {
  public:

@@ -83,7 +83,7 @@ CK_RV Cards::Initialize(void* arguments) {
 
 CK_RV Cards::Finalize(void* reserved) {
   const std::lock_guard<std::recursive_mutex> lock(m_mutex);
-  const auto result = Beneath()->C_Finalize(reserved);
+  const auto result = FinalizeBeneath(reserved);
   if (result != CKR_OK) return result;
   m_configured = false;
   m_arguments.reset();
@@ -136,7 +136,7 @@ CK_RV Cards::SlotBeneath(CK_SLOT_ID slot, CK_SLOT_ID& beneath) {
   const auto live = [](const auto& entry) { return !entry.second.removed; };
   if (!found && std::none_of(m_sessions.begin(), m_sessions.end(), live)) {
     // SoftHSM2 reads its tokens when it starts: a card made since then is seen after another start.
-    Beneath()->C_Finalize(nullptr);
+    FinalizeBeneath(nullptr);
     const auto result = StartBeneath(m_arguments ? &*m_arguments : nullptr);
     if (result != CKR_OK) return result;
     found = LookUpBeneath(token);
