@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <openssl/ui.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,6 +33,24 @@ ssize_t ReadUpTo(int descriptor, Wire::Attachment& buffer) {
   return static_cast<ssize_t>(filled);
 }
 
+/// Holds back the news of an ended child: OpenSSL's prompt takes its last signal for what ended it, and the interrupt
+/// that is typed there ends the extension as well.
+class ChildrenEndUnnoticed {
+ public:
+  ChildrenEndUnnoticed() {
+    sigset_t children;
+    sigemptyset(&children);
+    sigaddset(&children, SIGCHLD);
+    pthread_sigmask(SIG_BLOCK, &children, &m_before);
+  }
+  ~ChildrenEndUnnoticed() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  ChildrenEndUnnoticed(const ChildrenEndUnnoticed&) = delete;
+  ChildrenEndUnnoticed& operator=(const ChildrenEndUnnoticed&) = delete;
+
+ private:
+  sigset_t m_before;
+};
+
 }  // namespace
 
 Wire::Attachment AskOnTerminal(const std::string& prompt) {
@@ -40,6 +59,7 @@ Wire::Attachment AskOnTerminal(const std::string& prompt) {
   close(terminal);
   Wire::Attachment pin(kLongestPin + 1);
   auto* text = reinterpret_cast<char*>(pin.data());
+  const ChildrenEndUnnoticed unnoticed;
   const int result = UI_UTIL_read_pw_string(text, static_cast<int>(pin.size()), prompt.c_str(), 0);
   if (result == -2) throw Failure(ExitStatus::Cancelled, "PIN entry was cancelled; run the command again");
   if (result != 0)
