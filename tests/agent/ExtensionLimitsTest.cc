@@ -18,6 +18,9 @@ using Arguments = std::vector<std::string>;
 
 class ExtensionLimits : public ::testing::Test {
  protected:
+  /// The thread sanitizer names functions with the help of a process and two pipes, which are not inherited.
+  static void SetUpTestSuite() { setenv("TSAN_OPTIONS", "symbolize=0", 1); }
+
   explicit ExtensionLimits(const Arguments& options = {}) : agent({"p256"}, CardAgent::Pin::AskPass, options) {
     agent.Keys();  // starts the extension
     const std::string host = std::to_string(agent.Process().ProcessId());

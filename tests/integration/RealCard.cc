@@ -38,7 +38,9 @@ RealCard::~RealCard() {
 
 ChildEnvironment RealCard::Environment() const {
   // Foundation leaks by design, which is not what is tested here.
-  return {{"HOME", Path("home")}, {"QEL_SOFTCARD_DIR", Path("cards")}, {"ASAN_OPTIONS", "detect_leaks=0"}};
+  std::string sanitizer = "detect_leaks=0";
+  if (const char* more = getenv("ASAN_OPTIONS")) sanitizer += std::string(":") + more;
+  return {{"HOME", Path("home")}, {"QEL_SOFTCARD_DIR", Path("cards")}, {"ASAN_OPTIONS", sanitizer}};
 }
 
 ChildResult RealCard::SoftCard(const std::vector<std::string>& arguments) const {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 
 namespace {
@@ -56,7 +57,12 @@ int CopiesInRange(int memory, Range range, const HiddenText& text, Window& windo
     const ssize_t read = pread(memory, window.Bytes(), wanted, static_cast<off_t>(at));
     if (read < static_cast<ssize_t>(text.Length())) return copies;
     const size_t starts = static_cast<size_t>(read) - text.Length() + 1;
-    for (size_t i = 0; i < starts; ++i) copies += text.StandsAt(window.Bytes() + i);
+    const unsigned char* const end = window.Bytes() + starts;
+    const auto next = [&](const unsigned char* from) {
+      return static_cast<const unsigned char*>(std::memchr(from, text.First(), static_cast<size_t>(end - from)));
+    };
+    for (const unsigned char* found = next(window.Bytes()); found; found = next(found + 1))
+      copies += text.StandsAt(found);
     at += starts;  // the next block begins with what could not be a start here
   }
   return copies;
@@ -68,6 +74,10 @@ HiddenText::HiddenText(std::string& text) : m_masked(text) {
   for (char& byte : m_masked) byte = static_cast<char>(byte ^ kMask);
   volatile char* original = text.data();
   for (size_t i = 0; i < text.size(); ++i) original[i] = 0;
+}
+
+char HiddenText::First() const {
+  return static_cast<char>(m_masked[0] ^ kMask);
 }
 
 bool HiddenText::StandsAt(const unsigned char* bytes) const {

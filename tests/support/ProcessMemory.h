@@ -13,6 +13,9 @@ class HiddenText {
 
   size_t Length() const { return m_masked.size(); }
 
+  /// The first byte: alone it gives nothing away, and looking for it first is quick.
+  char First() const;
+
   /// Whether the text stands at `bytes`.
   bool StandsAt(const unsigned char* bytes) const;
 
