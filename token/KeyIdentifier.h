@@ -26,9 +26,6 @@ constexpr CK_BYTE ObjectPrefix(ObjectKindPrefix kind, bool firstSlot) {
 /// Returns a new object identifier: the prefix byte and the bytes of `objectID`.
 NSMutableData *MakeObjectID(CK_BYTE prefix, const std::vector<CK_BYTE> &objectID);
 
-/// Returns the identifier in hexadecimal, for people.
-NSString *HexOfObjectID(NSData *identifier);
-
 /// Returns the prefix of an identifier, 0 for an empty one.
 CK_BYTE PrefixOfObjectID(NSData *identifier);
 

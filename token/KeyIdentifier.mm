@@ -7,13 +7,6 @@ NSMutableData *MakeObjectID(CK_BYTE prefix, const std::vector<CK_BYTE> &objectID
   return identifier;
 }
 
-NSString *HexOfObjectID(NSData *identifier) {
-  const auto *bytes = static_cast<const CK_BYTE *>([identifier bytes]);
-  NSMutableString *digits = [NSMutableString stringWithCapacity:2 * [identifier length]];
-  for (NSUInteger i = 0; i < [identifier length]; ++i) [digits appendFormat:@"%02X", bytes[i]];
-  return digits;
-}
-
 CK_BYTE PrefixOfObjectID(NSData *identifier) {
   return [identifier length] == 0 ? 0 : *static_cast<const CK_BYTE *>([identifier bytes]);
 }

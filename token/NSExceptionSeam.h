@@ -2,6 +2,10 @@
 
 #import <Foundation/Foundation.h>
 
+#ifdef __cplusplus
+#include <type_traits>
+#endif
+
 NS_ASSUME_NONNULL_BEGIN
 
 #ifdef __cplusplus

@@ -3,7 +3,6 @@
 #include <type_traits>
 
 #include "pkcs11/FindObjects.h"
-#import "pkcs11/Format.h"
 #import "token/Constraint.h"
 #import "token/KeyIdentifier.h"
 #import "token/NSData+QELAditions.h"
@@ -70,11 +69,6 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
   return key;
 }
 
-void Publish(TKTokenKeychainItem *item, NSMutableArray<TKTokenKeychainItem *> *items) {
-  [items addObject:item];
-  Utils::log(QELLog::Debug(), @"%@ %@ as %@", [item class], [item label], HexOfObjectID([item objectID]));
-}
-
 }  // namespace
 
 @implementation QELToken (Items)
@@ -116,14 +110,14 @@ void Publish(TKTokenKeychainItem *item, NSMutableArray<TKTokenKeychainItem *> *i
                                                         objectID:card.objectID] autorelease];
     if (certificateItem == nil) continue;
     [certificateItem setName:card.label];
-    Publish(certificateItem, items);
+    [items addObject:certificateItem];
 
     const std::vector<CK_BYTE> keyID = certificate.GetID();
     const auto publicKey = [self findPublicKeyWithID:keyID session:session];
     if (!publicKey) continue;
     TKTokenKeychainKey *keyItem =
         MakeKeyItem(*publicKey, card.certificate.get(), MakeObjectID(ObjectPrefix(kKeyKind, firstSlot), keyID));
-    if (keyItem != nil) Publish(keyItem, items);
+    if (keyItem != nil) [items addObject:keyItem];
   }
 }
 

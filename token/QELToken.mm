@@ -31,13 +31,16 @@ NSString *InstanceID(const CK_TOKEN_INFO &info) {
   return [@"QEL-" stringByAppendingString:Trimmed(serial)];
 }
 
-}  // namespace
+/// Only the construction that started the token log reports there; later ones leave the shared log to working tokens.
+void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
+  if (startedTokenLog) {
+    Utils::log(QELLog::Error(), @"Failed to initialize smartcard: %@", error);
+  } else if (os_log_type_enabled(OS_LOG_DEFAULT, OS_LOG_TYPE_ERROR)) {
+    os_log_error(OS_LOG_DEFAULT, "%{public}@", error);
+  }
+}
 
-@interface QELToken (Construction)
-- (void)loadSettingsStartingTokenLog:(BOOL *)startedTokenLog;
-- (nullable NSString *)openSessionsCollectingItems:(NSMutableArray<TKTokenKeychainItem *> *)items;
-- (nullable NSString *)readInstanceID:(CK_SLOT_ID)slot;
-@end
+}  // namespace
 
 @implementation QELToken
 
@@ -78,15 +81,6 @@ NSString *InstanceID(const CK_TOKEN_INFO &info) {
     Utils::log(QELLog::Info(), @"keychain contents filled from card from reader %@", [[smartCard slot] name]);
   }
   return self;
-}
-
-/// Only the construction that started the token log reports there; later ones leave the shared log to working tokens.
-static void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
-  if (startedTokenLog) {
-    Utils::log(QELLog::Error(), @"Failed to initialize smartcard: %@", error);
-  } else if (os_log_type_enabled(OS_LOG_DEFAULT, OS_LOG_TYPE_ERROR)) {
-    os_log_error(OS_LOG_DEFAULT, "%{public}@", error);
-  }
 }
 
 - (void)loadSettingsStartingTokenLog:(BOOL *)startedTokenLog {

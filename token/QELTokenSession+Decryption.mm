@@ -6,10 +6,6 @@
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
 
-@interface QELTokenSession (DecryptionOnCard)
-- (nullable NSData *)decryptOnCard:(NSData *)ciphertext usingKey:(NSData *)keyID error:(NSError **)error;
-@end
-
 @implementation QELTokenSession (Decryption)
 
 - (nullable NSData *)tokenSession:(TKTokenSession *)session

@@ -7,14 +7,6 @@
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
 
-@interface QELTokenSession (KeyExchangeOnCard)
-- (nullable NSData *)agreeOnCard:(KeyDerivation &)derivation
-                        usingKey:(NSData *)keyID
-                      parameters:(TKTokenKeyExchangeParameters *)parameters
-                           error:(NSError **)error;
-- (nullable NSData *)valueOfDerivedKey:(CK_OBJECT_HANDLE)key error:(NSError **)error;
-@end
-
 @implementation QELTokenSession (KeyExchange)
 
 - (nullable NSData *)tokenSession:(TKTokenSession *)session

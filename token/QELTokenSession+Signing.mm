@@ -10,14 +10,6 @@
 #import "token/SigningMechanism.h"
 #import "token/TokenKitErrors.h"
 
-@interface QELTokenSession (SigningOnCard)
-- (nullable NSData *)signOnCard:(NSData *)data
-                       usingKey:(NSData *)keyID
-                      algorithm:(TKTokenKeyAlgorithm *)algorithm
-                          error:(NSError **)error;
-- (nullable NSMutableData *)signatureOfBytes:(const CK_BYTE *)bytes length:(CK_ULONG)length error:(NSError **)error;
-@end
-
 @implementation QELTokenSession (Signing)
 
 - (int64_t)removePKCS1PaddingFromData:(NSData *)data {

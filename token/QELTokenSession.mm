@@ -12,11 +12,10 @@
 
 + (nullable instancetype)sessionWithToken:(QELToken *)token {
   QELTokenSession *session = [[[self alloc] initWithToken:token] autorelease];
-  NSMutableArray<NSNumber *> *slots = [token hSlots];
-  [session setHSlotSessionPairs:[NSMutableArray arrayWithCapacity:[slots count]]];
+  [session setHSlotSessionPairs:[NSMutableArray arrayWithCapacity:[[token hSlots] count]]];
 
-  for (NSUInteger i = 0; i < [slots count]; ++i) {
-    const CK_SLOT_ID slot = [[slots objectAtIndex:i] unsignedLongValue];
+  for (NSUInteger i = 0; i < [[token hSlots] count]; ++i) {
+    const CK_SLOT_ID slot = [[[token hSlots] objectAtIndex:i] unsignedLongValue];
     const CK_SESSION_HANDLE handle = [[[token hSessions] objectAtIndex:i] unsignedLongValue];
     [[session hSlotSessionPairs] addObject:[[[SlotSessionPair alloc] initWithSlotSession:slot
                                                                                  session:handle] autorelease]];

@@ -34,10 +34,6 @@ TEST_F(KeyIdentifier, ObjectIdIsReadBack) {
   EXPECT_EQ(CardIDOfObjectID(Data({0x22})), ByteString{});
 }
 
-TEST_F(KeyIdentifier, PeopleReadItInHexadecimal) {
-  EXPECT_STREQ([HexOfObjectID(Data({0x12, 0x0A, 0xFF})) UTF8String], "120AFF");
-}
-
 TEST_F(KeyIdentifier, AnEmptyIdentifierHasNoPrefixAndNoId) {
   EXPECT_EQ(PrefixOfObjectID([NSData data]), 0);
   EXPECT_EQ(CardIDOfObjectID([NSData data]), ByteString{});
