@@ -34,6 +34,23 @@ using Texts = std::vector<std::string>;
 }
 @end
 
+/// An operation that tells what it is given.
+@interface ToldOperation : QELAuthOperation
+@end
+
+static Texts s_told;
+
+@implementation ToldOperation
+- (void)setSmartCard:(TKSmartCard *)smartCard {
+  s_told.push_back(smartCard != nil ? "smart card" : "no smart card");
+  [super setSmartCard:smartCard];
+}
+- (void)setAPDUTemplate:(NSData *)APDUTemplate {
+  s_told.push_back(APDUTemplate != nil ? "APDU template" : "no APDU template");
+  [super setAPDUTemplate:APDUTemplate];
+}
+@end
+
 namespace {
 
 void RaiseWithoutReason(Call &) {
@@ -96,6 +113,12 @@ TEST_F(KeyboardLogin, OperationIsForThePlatformToAskThePinWithoutAnApdu) {
   EXPECT_NE([m_operation smartCard], nil);
   EXPECT_EQ([m_operation APDUTemplate], nil);
   EXPECT_EQ(m_log.Infos(), Texts{"Non pin pad reader ready to auth"});
+}
+
+TEST_F(KeyboardLogin, OperationIsGivenTheCardAndNoApduTemplateOnPurpose) {
+  s_told.clear();
+  [[[ToldOperation alloc] initWithSession:m_session] release];
+  EXPECT_EQ(s_told, (Texts{"smart card", "no APDU template"}));
 }
 
 TEST_F(PinPadLogin, OperationAsksForNoPinOnTheComputer) {
@@ -219,6 +242,14 @@ TEST_F(KeyboardLogin, AnAbsentErrorIsReportedAsNone) {
   LoginWith(@"1234", nullptr);
   EXPECT_EQ(SystemLogLines(m_systemLog), (Texts{"NSLog: [CTK] finishWithError success: 1, error: (null)",
                                                 "NSLog: [CTK] finishWithError success: 1, error: (null)"}));
+}
+
+TEST_F(KeyboardLogin, AnErrorThatTheCallerHadBeforeIsReportedAsItStands) {
+  m_card.Fail("C_Login", CKR_PIN_LOCKED, 0);
+  NSError *error = UntouchedError();
+  LoginWith(@"1234", &error);
+  EXPECT_EQ(SystemLogLines(m_systemLog),
+            Texts{std::string("NSLog: [CTK] finishWithError success: 0, error: ") + [[error description] UTF8String]});
 }
 
 TEST_F(KeyboardLogin, NoLogHoldsThePin) {
@@ -383,9 +414,19 @@ class LoginOnTwoSlots : public TwoSlotTest {};
 
 TEST_F(LoginOnTwoSlots, IsMadeOnThePairOfTheLastOperation) {
   m_card.LogOut();
-  EXPECT_EQ(Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02})), nil);
+  EXPECT_EQ(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
   m_card.ClearCalls();
   EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
   EXPECT_EQ(m_card.Calls(), Texts{"C_Login session=102 user=1 pin=given"});
-  EXPECT_NE(Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02})), nil);
+  EXPECT_NE(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
+}
+
+class LoginOnTwoPinPads : public TwoPinPadsTest {};
+
+TEST_F(LoginOnTwoPinPads, ShowsTheDialogOfTheCurrentPairsSlot) {
+  m_card.LogOut();
+  [m_session selectPairByKeyID:LaterRsaKey()];
+  EXPECT_TRUE(PerformLogin(m_session, nil, nullptr));
+  EXPECT_EQ(m_card.Calls(),
+            (Texts{"C_GetSlotType slot=8", "dialog show 32", "C_Login session=102 user=1 pin=none", "dialog hide"}));
 }

@@ -27,15 +27,18 @@ class QELTokenItems : public TokenTest {
     @autoreleasepool {
       for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
         const bool isKey = [item isKindOfClass:[TKTokenKeychainKey class]];
-        std::string line = isKey ? "key " : "certificate ";
-        for (const CK_BYTE byte : BytesOf([item objectID])) {
-          line += "0123456789abcdef"[byte >> 4];
-          line += "0123456789abcdef"[byte & 15];
-        }
-        lines.push_back(line);
+        lines.push_back((isKey ? "key " : "certificate ") + HexOf([item objectID]));
       }
     }
     return lines;
+  }
+
+  /// The construction logs its four steps; of what it publishes and skips, nothing.
+  void ExpectNoWordOfTheItems() const {
+    EXPECT_EQ(m_log.Infos(), (Texts{"CTK slot name: Example Reader 0", "slotName Example Reader 0",
+                                    "Loading content from QEL-00A1B2C3 [slot 7]",
+                                    "keychain contents filled from card from reader Example Reader 0"}));
+    EXPECT_EQ(m_log.Lines().size(), 4u);
   }
 
   /// What a key item offers, with its constraints: "sign login decrypt exchange {2,3,4}".
@@ -81,6 +84,11 @@ class QELTokenItems : public TokenTest {
 
 TEST_F(QELTokenItems, EachCertificateIsDirectlyFollowedByItsKey) {
   EXPECT_EQ(Published(OneSlot()), (Texts{"certificate 110102", "key 120102", "certificate 110304", "key 120304"}));
+}
+
+TEST_F(QELTokenItems, WhatIsPublishedIsNotLogged) {
+  EXPECT_EQ(Published(OneSlot()).size(), 4u);
+  ExpectNoWordOfTheItems();
 }
 
 TEST_F(QELTokenItems, ItemsOfTheSecondSlotCarryTheSecondPrefixes) {
@@ -153,21 +161,30 @@ TEST_F(QELTokenItems, AnUnreadableCertificateIsSkippedWithItsKeyAndWithoutAMessa
                                PublicKeyObject(2, {0x01}, "key", CKK_RSA), UserCertificate(3, {0x02}, "empty", {}),
                                UserCertificate(4, {0x03}, "good", TestCertificates::Rsa())})),
             Texts{"certificate 1103"});
-  EXPECT_EQ(m_log.Errors(), Texts{});
+  ExpectNoWordOfTheItems();
 }
 
 TEST_F(QELTokenItems, ACertificatesLabelThatIsNotUtf8SkipsItWithItsKeyAndWithoutAMessage) {
   EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "\xFF\xFE", TestCertificates::Rsa()),
                                PublicKeyObject(2, {0x01}, "key", CKK_RSA)})),
             Texts{});
-  EXPECT_EQ(m_log.Errors(), Texts{});
+  ExpectNoWordOfTheItems();
 }
 
 TEST_F(QELTokenItems, AKeysLabelThatIsNotUtf8SkipsOnlyTheKey) {
   EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "certificate", TestCertificates::Rsa()),
                                PublicKeyObject(2, {0x01}, "\xC3", CKK_RSA)})),
             Texts{"certificate 1101"});
-  EXPECT_EQ(m_log.Errors(), Texts{});
+  ExpectNoWordOfTheItems();
+}
+
+TEST_F(QELTokenItems, TheKeyOfASkippedCertificateIsNotLookedFor) {
+  FakeCard card(Holding(
+      {UserCertificate(1, {0x01}, "certificate", {0x30, 0x03, 0x01}), PublicKeyObject(2, {0x01}, "key", CKK_RSA)}));
+  @autoreleasepool {
+    EXPECT_NE(MakeToken(), nil);
+  }
+  EXPECT_EQ(card.Count("C_FindObjectsInit"), 1);
 }
 
 TEST_F(QELTokenItems, AKeyThatThePlatformRefusesSkipsOnlyTheKey) {
@@ -179,7 +196,7 @@ TEST_F(QELTokenItems, AKeyThatThePlatformRefusesSkipsOnlyTheKey) {
 TEST_F(QELTokenItems, ACertificateThatThePlatformRefusesIsSkippedWithItsKey) {
   const InitializerGivesNil refused([TKTokenKeychainCertificate class], @selector(initWithCertificate:objectID:));
   EXPECT_EQ(Published(KeyThat(true, true, CKK_RSA)), Texts{});
-  EXPECT_EQ(m_log.Errors(), Texts{});
+  ExpectNoWordOfTheItems();
 }
 
 TEST_F(QELTokenItems, AnAttributeThatCannotBeReadFailsTheConstruction) {
@@ -222,6 +239,18 @@ TEST_F(QELTokenItems, KeyExchangeNeedsDecryptionAndAnEcKey) {
   EXPECT_EQ(Offers(KeyThat(false, true, CKK_EC)), "decrypt exchange {34}");
   EXPECT_EQ(Offers(KeyThat(true, false, CKK_EC)), "sign login {2}");
   EXPECT_EQ(Offers(KeyThat(false, false, CKK_EC)), "{}");
+}
+
+TEST_F(QELTokenItems, TheKeyTypeIsReadOnlyOfAKeyThatDecrypts) {
+  for (const bool encrypts : {false, true}) {
+    FakeCard card(KeyThat(true, encrypts, CKK_EC));
+    @autoreleasepool {
+      MakeToken();
+    }
+    const auto reads = std::count(card.Calls().begin(), card.Calls().end(),
+                                  "C_GetAttributeValue session=101 object=2 CKA_KEY_TYPE=buffer");
+    EXPECT_EQ(reads, encrypts ? 1 : 0);
+  }
 }
 
 TEST_F(QELTokenItems, CertificateItemsKeepThePlatformsConstraints) {

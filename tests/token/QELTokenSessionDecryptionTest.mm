@@ -19,6 +19,8 @@ class QELTokenSessionDecryptionOnPinPad : public PinPadTest {
   NSData *const m_ciphertext = Data(Bytes(256, 0xC1));
 };
 
+class QELTokenSessionDecryptionOnTwoPinPads : public TwoPinPadsTest {};
+
 TEST_F(QELTokenSessionDecryption, CallsTheCardInExactlyThisOrder) {
   EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), m_card.plaintext);
   EXPECT_EQ(m_card.Calls(),
@@ -34,6 +36,14 @@ TEST_F(QELTokenSessionDecryptionOnPinPad, ShowsTheDialogAroundTheSecondCallOnly)
             AfterFindingTheKey("101", {"C_DecryptInit session=101 object=3 mechanism=0x1 parameter=0",
                                        "C_Decrypt session=101 output=?", "C_GetSlotType slot=7", "dialog show 8",
                                        "C_Decrypt session=101 output=buffer", "dialog hide"}));
+}
+
+TEST_F(QELTokenSessionDecryptionOnTwoPinPads, WorksInTheSessionThatTheKeysPrefixNamesUnderThatSlotsDialog) {
+  EXPECT_EQ(BytesOf(Decrypt(Data({0xC1}), nullptr, LaterRsaKey())), m_card.plaintext);
+  EXPECT_EQ(m_card.Calls(),
+            AfterFindingTheKey("102", {"C_DecryptInit session=102 object=3 mechanism=0x1 parameter=0",
+                                       "C_Decrypt session=102 output=?", "C_GetSlotType slot=8", "dialog show 32",
+                                       "C_Decrypt session=102 output=buffer", "dialog hide"}));
 }
 
 TEST_F(QELTokenSessionDecryption, PlaintextTakesTheLengthOfTheSecondCall) {

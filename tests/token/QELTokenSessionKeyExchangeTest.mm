@@ -35,6 +35,8 @@ class QELTokenSessionKeyExchangeOnPinPad : public PinPadTest {
   NSData *const m_publicKey = Data(Point());
 };
 
+class QELTokenSessionKeyExchangeOnTwoPinPads : public TwoPinPadsTest {};
+
 TEST_F(QELTokenSessionKeyExchange, CallsTheCardInExactlyThisOrder) {
   EXPECT_EQ(BytesOf(Agree(m_publicKey, Parameters(32))), m_card.derivedValue);
   EXPECT_EQ(m_card.Calls(),
@@ -54,6 +56,16 @@ TEST_F(QELTokenSessionKeyExchangeOnPinPad, ShowsTheDialogAroundTheDerivationOnly
                                        " CKA_CLASS=0x4 CKA_KEY_TYPE=0x10 CKA_VALUE_LEN=0x20",
                                        "dialog hide", "C_GetAttributeValue session=101 object=9001 CKA_VALUE=?",
                                        "C_GetAttributeValue session=101 object=9001 CKA_VALUE=buffer"}));
+}
+
+TEST_F(QELTokenSessionKeyExchangeOnTwoPinPads, WorksInTheSessionThatTheKeysPrefixNamesUnderThatSlotsDialog) {
+  EXPECT_EQ(BytesOf(Agree(Data(Point()), Parameters(32), nullptr, LaterEcKey())), m_card.derivedValue);
+  EXPECT_EQ(m_card.Calls(),
+            AfterFindingTheKey("102", {"C_GetSlotType slot=8", "dialog show 32",
+                                       "C_DeriveKey session=102 object=6 mechanism=0x1050 parameter=40"
+                                       " CKA_CLASS=0x4 CKA_KEY_TYPE=0x10 CKA_VALUE_LEN=0x20",
+                                       "dialog hide", "C_GetAttributeValue session=102 object=9001 CKA_VALUE=?",
+                                       "C_GetAttributeValue session=102 object=9001 CKA_VALUE=buffer"}));
 }
 
 TEST_F(QELTokenSessionKeyExchange, SharedInfoAndSizeReachTheCard) {
@@ -118,6 +130,19 @@ TEST_F(QELTokenSessionKeyExchange, SecretKeepsTheLengthOfTheFirstRead) {
                                           {"C_GetAttributeValue", CKR_OK, Length(6)},
                                           {"C_GetAttributeValue", CKR_OK, TestCard::Bytes({0x0A, 0x0B})}}));
   EXPECT_EQ(BytesOf(Agree(m_publicKey, Parameters(6))), (Bytes{0x0A, 0x0B, 0, 0, 0, 0}));
+}
+
+TEST_F(QELTokenSessionKeyExchange, LengthIsAskedForWithLengthZeroAndTheValueWithTheLength) {
+  std::vector<CK_ULONG> lengths;
+  const auto keep = [&](Call &call) {
+    lengths.push_back(call.attributes->ulValueLen);
+    call.attributes->ulValueLen = 6;
+  };
+  ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, Handle(9001)},
+                                          {"C_GetAttributeValue", CKR_OK, keep},
+                                          {"C_GetAttributeValue", CKR_OK, keep}}));
+  EXPECT_NE(Agree(m_publicKey, Parameters(6)), nil);
+  EXPECT_EQ(lengths, (std::vector<CK_ULONG>{0, 6}));
 }
 
 TEST_F(QELTokenSessionKeyExchange, AnUnreadableLengthEndsTheAgreementWithALogLine) {

@@ -48,7 +48,7 @@ TEST_F(QELTokenSessionKeysOnTwoSlots, APrefixOfNeitherSlotChangesNothing) {
 }
 
 TEST_F(QELTokenSessionKeysOnTwoSlots, TheSelectedPairStaysCurrentAfterAnOperation) {
-  Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02}));
+  Sign(Block(), RawRsa(), nullptr, LaterRsaKey());
   EXPECT_EQ([[m_session hCurrentPair] hSlot], 8u);
 }
 

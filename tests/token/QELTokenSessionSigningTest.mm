@@ -12,6 +12,11 @@ using Texts = std::vector<std::string>;
 class QELTokenSessionSigning : public SessionTest {};
 class QELTokenSessionSigningOnPinPad : public PinPadTest {};
 class QELTokenSessionSigningOnTwoSlots : public TwoSlotTest {};
+class QELTokenSessionSigningOnTwoPinPads : public TwoPinPadsTest {};
+
+using LogLines = std::vector<CapturedLog::Line>;
+constexpr auto kInfo = QELLog::LogLevel::Info;
+constexpr auto kError = QELLog::LogLevel::Error;
 
 TEST_F(QELTokenSessionSigning, RawRsaCallsTheCardInExactlyThisOrder) {
   EXPECT_EQ(BytesOf(Sign(Block(), RawRsa())), m_card.signature);
@@ -46,10 +51,17 @@ TEST_F(QELTokenSessionSigningOnPinPad, ShowsTheDialogAroundTheSecondCallOnly) {
 }
 
 TEST_F(QELTokenSessionSigningOnTwoSlots, WorksInTheSessionThatTheKeysPrefixNames) {
-  Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x01, 0x02}));
+  Sign(Block(), RawRsa(), nullptr, LaterRsaKey());
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("102", {"C_SignInit session=102 object=3 mechanism=0x1 parameter=0",
                                        "C_Sign session=102 output=?", "C_Sign session=102 output=buffer"}));
+}
+
+TEST_F(QELTokenSessionSigningOnTwoPinPads, ShowsTheDialogOfTheSlotThatSigns) {
+  EXPECT_NE(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 32", "hide"}));
+  EXPECT_NE(Sign(Block(), RawRsa()), nil);
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 32", "hide", "show 8", "hide"}));
 }
 
 #pragma mark - Input
@@ -91,6 +103,17 @@ TEST_F(QELTokenSessionSigning, RefusedPaddingGivesNoErrorObjectAndOneLogLine) {
   }
 }
 
+TEST_F(QELTokenSessionSigning, TheTwoNumbersAreLoggedBeforeThePaddingIsRefused) {
+  EXPECT_EQ(Sign(Data({0x00, 0x02}), RawRsa()), nil);
+  EXPECT_EQ(m_log.Lines(), (LogLines{{kInfo, "0"}, {kInfo, "0"}, {kError, "data to sign contains incorrect padding"}}));
+}
+
+TEST_F(QELTokenSessionSigning, ASignatureThatCannotBeginLogsNoNumbers) {
+  m_card.Fail("C_SignInit", CKR_KEY_FUNCTION_NOT_PERMITTED);
+  EXPECT_EQ(Sign(Data({0x00, 0x02}), RawRsa()), nil);
+  EXPECT_EQ(m_log.Lines(), (LogLines{{kError, "C_SignInit() => 0x00000068"}})) << "nor looks at the padding";
+}
+
 TEST_F(QELTokenSessionSigning, RefusedPaddingLeavesTheSignOperationOpen) {
   EXPECT_EQ(Sign(Data({0x00, 0x02}), RawRsa()), nil);
   EXPECT_EQ(m_card.Names().back(), "C_SignInit");
@@ -116,6 +139,13 @@ TEST_F(QELTokenSessionSigning, AnEcdsaSignatureComesBackInDer) {
   const Bytes der = BytesOf(Sign(Data(Bytes(32, 0x44)), Ecdsa(), nullptr, EcKey()));
   ASSERT_EQ(der.size(), 2u + 2 + 33 + 2 + 32);
   EXPECT_EQ(Bytes(der.begin(), der.begin() + 7), (Bytes{0x30, 0x45, 0x02, 0x21, 0x00, 0x80, 0x11}));
+}
+
+TEST_F(QELTokenSessionSigning, AnEcdsaSignatureIsSplitInTheMiddleOfTheAnnouncedLength) {
+  m_card.signature = {0x11, 0x12, 0x13, 0x14};
+  m_card.announcedLength["C_Sign"] = 6;
+  EXPECT_EQ(BytesOf(Sign(Data(Bytes(32, 0x44)), Ecdsa(), nullptr, EcKey())),
+            (Bytes{0x30, 0x0A, 0x02, 0x03, 0x11, 0x12, 0x13, 0x02, 0x03, 0x14, 0x00, 0x00}));
 }
 
 TEST_F(QELTokenSessionSigning, OnlyTheExactEcdsaAlgorithmIsEncoded) {
@@ -200,7 +230,7 @@ TEST_F(QELTokenSessionSigningOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden
 
 TEST_F(QELTokenSessionSigning, AKeyOfASecondSlotThatTheTokenDoesNotHaveRaises) {
   NSError *error = UntouchedError();
-  NSException *raised = CatchNSException([&] { Sign(Block(), RawRsa(), &error, Data({0x22, 0x01, 0x02})); });
+  NSException *raised = CatchNSException([&] { Sign(Block(), RawRsa(), &error, LaterRsaKey()); });
   EXPECT_STREQ([[raised name] UTF8String], [NSRangeException UTF8String]);
   EXPECT_EQ(error, UntouchedError());
   EXPECT_EQ(m_card.Calls(), Texts{});

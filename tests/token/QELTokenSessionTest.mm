@@ -4,6 +4,23 @@ using TestCard::FakeCard;
 using TestCard::FakeSlot;
 using Texts = std::vector<std::string>;
 
+/// A pair that tells the order in which it is filled.
+@interface ToldPair : SlotSessionPair
+@end
+
+static std::vector<std::string> s_told;
+
+@implementation ToldPair
+- (void)setHSlot:(CK_SLOT_ID)slot {
+  s_told.push_back("slot " + std::to_string(slot));
+  [super setHSlot:slot];
+}
+- (void)setHSession:(CK_SESSION_HANDLE)session {
+  s_told.push_back("session " + std::to_string(session));
+  [super setHSession:session];
+}
+@end
+
 class QELTokenSessionCreation : public TokenTest {
  protected:
   /// One slot for each value: whether its token asks for the reader's PIN pad.
@@ -85,6 +102,19 @@ TEST_F(QELTokenSessionCreation, ATokenWithoutSlotsGivesASessionWithoutACurrentPa
   }
 }
 
+TEST_F(QELTokenSessionCreation, TheTokensSlotsAreCountedAnewOnEveryPass) {
+  FakeCard card(TwoSlots());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    NSMutableArray *slots = [[[token hSlots] retain] autorelease];
+    const TestCard::ScriptedCard script({{"C_GetTokenInfo", CKR_OK, [&](TestCard::Call &) {
+                                            [token setHSlots:[NSMutableArray arrayWithObject:[slots firstObject]]];
+                                          }}});
+    EXPECT_EQ([[MakeSession(token) hSlotSessionPairs] count], 1u);
+    [token setHSlots:slots];
+  }
+}
+
 TEST_F(QELTokenSessionCreation, ReleasingASessionLeavesTheCardsSessionsOpen) {
   FakeCard card(OneSlot());
   @autoreleasepool {
@@ -103,4 +133,10 @@ TEST_F(QELTokenSessionCreation, APairKeepsItsTwoHandlesWhole) {
                                                                 session:0xFFFFFFFF00000002UL] autorelease];
   EXPECT_EQ([pair hSlot], 0xFFFFFFFF00000001UL);
   EXPECT_EQ([pair hSession], 0xFFFFFFFF00000002UL);
+}
+
+TEST_F(QELTokenSessionCreation, APairTakesTheSessionFirstThroughItsSetters) {
+  s_told.clear();
+  [[[ToldPair alloc] initWithSlotSession:7 session:101] release];
+  EXPECT_EQ(s_told, (Texts{"session 101", "slot 7"}));
 }

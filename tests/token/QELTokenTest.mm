@@ -5,6 +5,7 @@
 #import "tests/token/InitializerGivesNil.h"
 #include "tests/token/PassingException.h"
 #import "tests/token/TokenTest.h"
+#import "token/NSExceptionSeam.h"
 
 using TestCard::FakeCard;
 using TestCard::FakeSlot;
@@ -109,6 +110,7 @@ TEST_F(QELTokenConstruction, TheSerialNumberNamesTheTokenWithoutItsPadding) {
   EXPECT_EQ(InstanceIDForSerialNumber("00A1B2C3        "), "QEL-00A1B2C3");
   EXPECT_EQ(InstanceIDForSerialNumber("  \t00A1 B2C3\t "), "QEL-00A1 B2C3");
   EXPECT_EQ(InstanceIDForSerialNumber("                "), "QEL-");
+  EXPECT_EQ(InstanceIDForSerialNumber("\n00A1B2C3\n"), "QEL-\n00A1B2C3\n") << "only blanks and tabs are padding";
 }
 
 TEST_F(QELTokenConstruction, ASerialNumberThatFillsItsFieldIsUsedWhole) {
@@ -149,20 +151,6 @@ TEST_F(QELTokenConstruction, OnlyTheFirstSlotIsAskedForItsSerialNumber) {
   EXPECT_EQ(m_lines.Infos()[4], "Loading content from QEL-00A1B2C3 [slot 8]");
 }
 
-TEST_F(QELTokenConstruction, ItemsCarryThePrefixesOfTheirSlotInTheOrderOfTheCard) {
-  FakeCard card(TwoSlots());
-  @autoreleasepool {
-    Texts identifiers;
-    for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
-      std::string text;
-      for (const CK_BYTE byte : BytesOf([item objectID]))
-        text += "0123456789abcdef"[byte >> 4], text += "0123456789abcdef"[byte & 15];
-      identifiers.push_back(text);
-    }
-    EXPECT_EQ(identifiers, (Texts{"110102", "120102", "110304", "120304", "210102", "220102", "210304", "220304"}));
-  }
-}
-
 TEST_F(QELTokenConstruction, ACardWithoutUserCertificatesGivesATokenWithAnEmptyKeychain) {
   FakeCard card(EmptySlot());
   @autoreleasepool {
@@ -172,14 +160,17 @@ TEST_F(QELTokenConstruction, ACardWithoutUserCertificatesGivesATokenWithAnEmptyK
   }
 }
 
-TEST_F(QELTokenConstruction, ThePlatformGetsTheApplicationIdentifierAndTheDriver) {
+TEST_F(QELTokenConstruction, ThePlatformGetsTheCardItsApplicationIdentifierAndTheDriver) {
   FakeCard card(EmptySlot());
   @autoreleasepool {
     NSData *AID = Data({0xA0, 0x00, 0x01});
+    TKSmartCard *smartCard = SmartCard();
     QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
-    QELToken *token = (QELToken *)[driver tokenDriver:driver createTokenForSmartCard:SmartCard() AID:AID error:nullptr];
+    QELTokenDriver *another = [[[QELTokenDriver alloc] init] autorelease];
+    QELToken *token = (QELToken *)[driver tokenDriver:another createTokenForSmartCard:smartCard AID:AID error:nullptr];
     EXPECT_TRUE([[token AID] isEqualToData:AID]);
-    EXPECT_EQ([token tokenDriver], driver);
+    EXPECT_EQ([token tokenDriver], driver) << "the driver that makes the token";
+    EXPECT_EQ([MakeSession(token) smartCard], smartCard);
   }
 }
 
@@ -211,6 +202,51 @@ TEST_F(QELTokenConstruction, UnreadableTokenInformationGivesNilAndLeavesTheError
   EXPECT_EQ(card.Names().back(), "C_GetTokenInfo");
 }
 
+TEST_F(QELTokenConstruction, ASlotIsNamedInTheLogBeforeItsSessionIsOpened) {
+  FakeCard card(EmptySlot());
+  card.Fail("C_OpenSession", CKR_SESSION_COUNT);
+  @autoreleasepool {
+    EXPECT_EQ(MakeToken(), nil);
+  }
+  EXPECT_EQ(m_lines.Lines(), (LogLines{
+                                 {kInfo, "CTK slot name: Example Reader 0"},
+                                 {kInfo, "slotName Example Reader 0"},
+                                 {kInfo, "Loading content from QEL-00A1B2C3 [slot 7]"},
+                                 {QELLog::LogLevel::Error, "C_OpenSession() => 0x000000B1"},
+                             }));
+}
+
+TEST_F(QELTokenConstruction, SlotsAndSessionsOfAnySizeAreKeptWhole) {
+  constexpr unsigned long kSlot = 0xFFFFFFFF00000001, kSession = 0xFFFFFFFF00000002;
+  {
+    const FakeCard first(EmptySlot());
+    @autoreleasepool {
+      MakeToken();  // initializes the library
+    }
+  }
+  const TestCard::ScriptedCard card({{"C_GetSlotList", CKR_OK, TestCard::SlotCount(1)},
+                                     {"C_GetSlotList", CKR_OK, TestCard::Slots({kSlot})},
+                                     {"C_GetSlotInfo", CKR_OK, TestCard::Description(kReader)},
+                                     {"C_CloseAllSessions"},
+                                     {"C_GetTokenInfo"},
+                                     {"C_OpenSession", CKR_OK, TestCard::Handle(kSession)},
+                                     {"C_FindObjectsInit"},
+                                     {"C_FindObjects"},
+                                     {"C_FindObjectsFinal"},
+                                     {"C_GetTokenInfo"},
+                                     {"C_CloseSession"}});
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    EXPECT_EQ(NumbersOf([token hSlots]), Numbers{kSlot});
+    EXPECT_EQ(NumbersOf([token hSessions]), Numbers{kSession});
+    EXPECT_STREQ([[[token hSessions] lastObject] objCType], @encode(unsigned long));
+    SlotSessionPair *pair = [MakeSession(token) hCurrentPair];
+    EXPECT_EQ([pair hSlot], kSlot);
+    EXPECT_EQ([pair hSession], kSession);
+  }
+  EXPECT_EQ(card.Calls().back(), "C_CloseSession session=" + std::to_string(kSession));
+}
+
 TEST_F(QELTokenConstruction, APlatformThatRefusesTheTokenGivesNilWithoutAnErrorAndClosesTheSession) {
   const InitializerGivesNil refusal([TKSmartCardToken class], @selector(initWithSmartCard:AID:instanceID:tokenDriver:));
   FakeCard card(EmptySlot());
@@ -232,6 +268,23 @@ TEST_F(QELTokenConstruction, AnythingButOurOwnFailurePassesThrough) {
     NSError *error = nil;
     EXPECT_EQ(PassingException([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; }),
               "not ours");
+    EXPECT_EQ(error, nil);
+    [token release];
+  }
+  EXPECT_EQ(m_lines.Errors(), Texts{});
+}
+
+TEST_F(QELTokenConstruction, AnNSExceptionPassesThrough) {
+  TestCard::ScriptedCard card({{"C_Initialize"}, {"C_GetSlotList", CKR_OK, [](TestCard::Call &) {
+                                                    [NSException raise:@"Foreign" format:@"from the library"];
+                                                  }}});
+  @autoreleasepool {
+    QELToken *token = [QELToken alloc];
+    QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+    NSError *error = nil;
+    NSException *raised =
+        CatchNSException([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; });
+    EXPECT_STREQ([[raised name] UTF8String], "Foreign");
     EXPECT_EQ(error, nil);
     [token release];
   }

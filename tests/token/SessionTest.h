@@ -15,6 +15,8 @@ class SessionTest : public TokenTest {
 
   /// One slot whose reader has a PIN pad of that vendor type.
   static std::vector<TestCard::FakeSlot> PinPadSlot(CK_ULONG slotType);
+  /// Two slots with PIN pads of different types.
+  static std::vector<TestCard::FakeSlot> TwoPinPadSlots();
 
   // What CryptoTokenKit asks, with the fixture's keys unless another is named.
   NSData *Sign(NSData *data, TKTokenKeyAlgorithm *algorithm, NSError **error = nullptr, NSData *key = RsaKey());
@@ -25,6 +27,9 @@ class SessionTest : public TokenTest {
 
   static NSData *RsaKey() { return Data({0x12, 0x01, 0x02}); }
   static NSData *EcKey() { return Data({0x12, 0x03, 0x04}); }
+  // The same keys on a second slot.
+  static NSData *LaterRsaKey() { return Data({0x22, 0x01, 0x02}); }
+  static NSData *LaterEcKey() { return Data({0x22, 0x03, 0x04}); }
   /// What the platform makes of a PKCS#1 v1.5 signature.
   static TKTokenKeyAlgorithm *RawRsa();
   static TKTokenKeyAlgorithm *Ecdsa();
@@ -67,6 +72,12 @@ class PinPadTest : public SessionTest {
 class TwoSlotTest : public SessionTest {
  protected:
   TwoSlotTest() : SessionTest(TwoSlots()) {}
+};
+
+/// A session on a card with two slots whose readers have PIN pads of types 0x80000002 and 0x80000003.
+class TwoPinPadsTest : public SessionTest {
+ protected:
+  TwoPinPadsTest() : SessionTest(TwoPinPadSlots()) {}
 };
 
 /// A failed card call's result, the code of its error in TKErrorDomain (0: none), and its value as the logs print it.

@@ -16,6 +16,14 @@ std::vector<FakeSlot> SessionTest::PinPadSlot(CK_ULONG slotType) {
   return slots;
 }
 
+std::vector<FakeSlot> SessionTest::TwoPinPadSlots() {
+  std::vector<FakeSlot> slots = TwoSlots();
+  for (FakeSlot &slot : slots) slot.tokenFlags = CKF_PROTECTED_AUTHENTICATION_PATH;
+  slots.front().slotType = 0x80000002;
+  slots.back().slotType = 0x80000003;
+  return slots;
+}
+
 NSData *SessionTest::Sign(NSData *data, TKTokenKeyAlgorithm *algorithm, NSError **error, NSData *key) {
   return [m_session tokenSession:m_session signData:data usingKey:key algorithm:algorithm error:error];
 }

@@ -54,6 +54,8 @@ class TokenTest : public ::testing::Test {
   static NSData *Data(std::initializer_list<int> bytes);
   static NSData *Data(const TestCard::ByteString &bytes);
   static TestCard::ByteString BytesOf(NSData *data);
+  /// Its bytes as lower-case hexadecimal digits.
+  static std::string HexOf(NSData *data);
 
   UserHome m_home;
   LoaderRedirect m_dialogLibrary{"QELPINDialog", DIALOG_MODULE};

@@ -59,6 +59,15 @@ TestCard::ByteString TokenTest::BytesOf(NSData *data) {
   return {bytes, bytes + [data length]};
 }
 
+std::string TokenTest::HexOf(NSData *data) {
+  std::string digits;
+  for (const CK_BYTE byte : BytesOf(data)) {
+    digits += "0123456789abcdef"[byte >> 4];
+    digits += "0123456789abcdef"[byte & 15];
+  }
+  return digits;
+}
+
 ::testing::AssertionResult IsError(NSError *error, NSString *domain, NSInteger code) {
   if (error == nil) return ::testing::AssertionFailure() << "no error";
   if ([[error domain] isEqualToString:domain] && [error code] == code) return ::testing::AssertionSuccess();
