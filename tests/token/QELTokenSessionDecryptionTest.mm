@@ -1,8 +1,4 @@
-#include <stdexcept>
-
-#include "tests/token/PassingException.h"
 #import "tests/token/SessionTest.h"
-#import "token/NSExceptionSeam.h"
 
 using TestCard::Call;
 using TestCard::Length;
@@ -124,16 +120,7 @@ TEST_F(QELTokenSessionDecryptionOnPinPad, TheDialogIsHiddenWhenTheEntryIsCancell
 }
 
 TEST_F(QELTokenSessionDecryptionOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
-  const auto rows = [](TestCard::Fill onSecondCall) {
-    return AfterFindingTheKey(
-        {{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Decrypt", CKR_OK, onSecondCall}});
-  };
-  {
-    ScriptedCard script(rows([](Call &) { [NSException raise:@"Foreign" format:@"from the card"]; }));
-    EXPECT_STREQ([[CatchNSException([&] { Decrypt(m_ciphertext); }) name] UTF8String], "Foreign");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  ScriptedCard script(rows([](Call &) { throw std::runtime_error("from the card"); }));
-  EXPECT_EQ(PassingException([&] { Decrypt(m_ciphertext); }), "from the card");
-  EXPECT_EQ(script.Calls().back(), "dialog hide");
+  ExpectForeignExceptionsToPass(
+      AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Decrypt"}}),
+      [&](NSError **error) { Decrypt(m_ciphertext, error); });
 }

@@ -1,8 +1,4 @@
-#include <stdexcept>
-
-#include "tests/token/PassingException.h"
 #import "tests/token/SessionTest.h"
-#import "token/NSExceptionSeam.h"
 
 using TestCard::Call;
 using TestCard::Handle;
@@ -179,16 +175,6 @@ TEST_F(QELTokenSessionKeyExchangeOnPinPad, TheDialogIsHiddenWhenTheDerivationFai
 }
 
 TEST_F(QELTokenSessionKeyExchangeOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
-  {
-    ScriptedCard script(AfterFindingTheKey({{"C_GetSlotType"}, {"C_DeriveKey", CKR_OK, [](Call &) {
-                                                                  [NSException raise:@"Foreign"
-                                                                              format:@"from the card"];
-                                                                }}}));
-    EXPECT_STREQ([[CatchNSException([&] { Agree(m_publicKey, Parameters(32)); }) name] UTF8String], "Foreign");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  ScriptedCard script(AfterFindingTheKey(
-      {{"C_GetSlotType"}, {"C_DeriveKey", CKR_OK, [](Call &) { throw std::runtime_error("from the card"); }}}));
-  EXPECT_EQ(PassingException([&] { Agree(m_publicKey, Parameters(32)); }), "from the card");
-  EXPECT_EQ(script.Calls().back(), "dialog hide");
+  ExpectForeignExceptionsToPass(AfterFindingTheKey({{"C_GetSlotType"}, {"C_DeriveKey"}}),
+                                [&](NSError **error) { Agree(m_publicKey, Parameters(32), error); });
 }

@@ -1,6 +1,3 @@
-#include <stdexcept>
-
-#include "tests/token/PassingException.h"
 #import "tests/token/SessionTest.h"
 #import "token/NSExceptionSeam.h"
 
@@ -207,25 +204,9 @@ TEST_F(QELTokenSessionSigningOnPinPad, NoDialogIsShownForAFailedSizeQuery) {
 }
 
 TEST_F(QELTokenSessionSigningOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
-  const auto raise = [](Call &) { [NSException raise:@"Foreign" format:@"from the card"]; };
-  const auto fail = [](Call &) { throw std::runtime_error("from the card"); };
-  const auto rows = [](TestCard::Fill onSecondSign) {
-    return AfterFindingTheKey(
-        {{"C_SignInit"}, {"C_Sign", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Sign", CKR_OK, onSecondSign}});
-  };
-  NSError *error = UntouchedError();
-  {
-    ScriptedCard script(rows(raise));
-    NSException *raised = CatchNSException([&] { Sign(Block(), RawRsa(), &error); });
-    EXPECT_STREQ([[raised name] UTF8String], "Foreign");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  {
-    ScriptedCard script(rows(fail));
-    EXPECT_EQ(PassingException([&] { Sign(Block(), RawRsa(), &error); }), "from the card");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  EXPECT_EQ(error, UntouchedError());
+  ExpectForeignExceptionsToPass(
+      AfterFindingTheKey({{"C_SignInit"}, {"C_Sign", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Sign"}}),
+      [&](NSError **error) { Sign(Block(), RawRsa(), error); });
 }
 
 TEST_F(QELTokenSessionSigning, AKeyOfASecondSlotThatTheTokenDoesNotHaveRaises) {

@@ -53,6 +53,18 @@ class SessionTest : public TokenTest {
   /// Expects the extension's own failures before the first call of the operation itself to become errors.
   void ExpectFailuresBeforeTheKeyIsFound(const std::function<NSData *(NSError **)> &operation);
 
+  /// Expects an exception of the library in the last of `calls`, an NSException or a C++ one, to pass `operation` with
+  /// the error untouched and the PIN pad dialog hidden.
+  void ExpectForeignExceptionsToPass(std::vector<TestCard::Row> calls,
+                                     const std::function<void(NSError **)> &operation);
+
+  /// The operation that a client gets for a login on `session`, of exactly that class; autoreleased.
+  template <typename Operation>
+  static Operation *Begun(QELTokenSession *session);
+  /// Expects such an operation to keep its session alive.
+  template <typename Operation>
+  void ExpectOperationToKeepItsSession();
+
   TestCard::FakeCard m_card;
   LiveObjects m_tokens{[QELToken class]}, m_sessions{[QELTokenSession class]}, m_pairs{[SlotSessionPair class]};
   QELToken *m_token;
@@ -61,6 +73,28 @@ class SessionTest : public TokenTest {
   CapturedLog m_log;
   SystemLog::Captured m_systemLog;
 };
+
+template <typename Operation>
+Operation *SessionTest::Begun(QELTokenSession *session) {
+  TKTokenAuthOperation *operation = [session tokenSession:session
+                                    beginAuthForOperation:TKTokenOperationSignData
+                                               constraint:@"PINAlways"
+                                                    error:nullptr];
+  EXPECT_TRUE([operation isMemberOfClass:[Operation class]]);
+  return (Operation *)operation;
+}
+
+template <typename Operation>
+void SessionTest::ExpectOperationToKeepItsSession() {
+  Operation *operation = nil;
+  const long before = m_sessions.Growth();
+  @autoreleasepool {
+    operation = [Begun<Operation>(MakeSession(m_token)) retain];
+  }
+  EXPECT_EQ(m_sessions.Growth(), before + 1);
+  [operation release];
+  EXPECT_EQ(m_sessions.Growth(), before);
+}
 
 /// A session on a reader with a PIN pad of type 0x80000002.
 class PinPadTest : public SessionTest {
@@ -95,6 +129,10 @@ inline constexpr CardResult kCardResults[] = {
 
 /// Expects `error` to be the one of that code, or still UntouchedError() for code 0.
 ::testing::AssertionResult IsErrorOf(NSInteger code, NSError *error);
+
+// What a call of the library can end with that is not a result.
+void RaiseFromCard(TestCard::Call &);
+void ThrowFromCard(TestCard::Call &);
 
 /// An error object to find again: what a caller's variable held before the call.
 NSError *UntouchedError();

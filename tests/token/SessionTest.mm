@@ -1,5 +1,10 @@
 #import "tests/token/SessionTest.h"
 
+#include <stdexcept>
+
+#include "tests/token/PassingException.h"
+#import "token/NSExceptionSeam.h"
+
 using TestCard::FakeSlot;
 using TestCard::Row;
 
@@ -154,6 +159,30 @@ void SessionTest::ExpectFailuresBeforeTheKeyIsFound(const std::function<NSData *
       EXPECT_STREQ([[error localizedDescription] UTF8String], failure.message);
     }
   }
+}
+
+void SessionTest::ExpectForeignExceptionsToPass(std::vector<Row> calls,
+                                                const std::function<void(NSError **)> &operation) {
+  NSError *error = UntouchedError();
+  calls.back().fill = RaiseFromCard;
+  {
+    const TestCard::ScriptedCard script(calls);
+    EXPECT_STREQ([[CatchNSException([&] { operation(&error); }) name] UTF8String], "Foreign");
+    EXPECT_EQ(script.Calls().back(), "dialog hide");
+  }
+  calls.back().fill = ThrowFromCard;
+  const TestCard::ScriptedCard script(calls);
+  EXPECT_EQ(PassingException([&] { operation(&error); }), "from the card");
+  EXPECT_EQ(script.Calls().back(), "dialog hide");
+  EXPECT_EQ(error, UntouchedError());
+}
+
+void RaiseFromCard(TestCard::Call &) {
+  [NSException raise:@"Foreign" format:@"from the card"];
+}
+
+void ThrowFromCard(TestCard::Call &) {
+  throw std::runtime_error("from the card");
 }
 
 ::testing::AssertionResult IsErrorOf(NSInteger code, NSError *error) {

@@ -1,12 +1,7 @@
-#include <stdexcept>
-
 #include "tests/support/SystemLogLines.h"
 #include "tests/token/PassingException.h"
 #import "tests/token/SessionTest.h"
-#import "token/NSExceptionSeam.h"
 #import "token/PerformLogin.h"
-#import "token/QELAuthOperation.h"
-#import "token/QELPINPadAuthOperation.h"
 
 using TestCard::Call;
 using TestCard::Row;
@@ -57,24 +52,6 @@ void RaiseWithoutReason(Call &) {
   [[MuteException exceptionWithName:@"Mute" reason:nil userInfo:nil] raise];
 }
 
-void Raise(Call &) {
-  [NSException raise:@"Name" format:@"the reason"];
-}
-
-void Throw(Call &) {
-  throw std::runtime_error("from the card");
-}
-
-template <typename Operation>
-Operation *BegunOn(QELTokenSession *session) {
-  TKTokenAuthOperation *operation = [session tokenSession:session
-                                    beginAuthForOperation:TKTokenOperationSignData
-                                               constraint:@"PINAlways"
-                                                    error:nullptr];
-  EXPECT_TRUE([operation isMemberOfClass:[Operation class]]);
-  return (Operation *)operation;
-}
-
 }  // namespace
 
 /// A session whose user has not logged in, and the operation that a client gets for it.
@@ -82,7 +59,7 @@ class KeyboardLogin : public SessionTest {
  protected:
   KeyboardLogin() {
     m_card.LogOut();
-    m_operation = BegunOn<QELAuthOperation>(m_session);
+    m_operation = Begun<QELAuthOperation>(m_session);
   }
 
   bool LoginWith(NSString *PIN, NSError **error = nullptr) {
@@ -91,18 +68,6 @@ class KeyboardLogin : public SessionTest {
   }
 
   QELAuthOperation *m_operation;
-};
-
-class PinPadLogin : public PinPadTest {
- protected:
-  PinPadLogin() {
-    m_card.LogOut();
-    m_operation = BegunOn<QELPINPadAuthOperation>(m_session);
-  }
-
-  bool Login(NSError **error = nullptr) { return [m_operation finishWithError:error] != NO; }
-
-  QELPINPadAuthOperation *m_operation;
 };
 
 #pragma mark - The operation
@@ -121,12 +86,6 @@ TEST_F(KeyboardLogin, OperationIsGivenTheCardAndNoApduTemplateOnPurpose) {
   EXPECT_EQ(s_told, (Texts{"smart card", "no APDU template"}));
 }
 
-TEST_F(PinPadLogin, OperationAsksForNoPinOnTheComputer) {
-  EXPECT_EQ([m_operation session], m_session);
-  EXPECT_FALSE([m_operation isKindOfClass:[TKTokenSmartCardPINAuthOperation class]]);
-  EXPECT_EQ(m_log.Infos(), Texts{"Pin pad reader ready to auth"});
-}
-
 TEST_F(KeyboardLogin, NeitherOperationNorConstraintIsLookedAt) {
   NSError *error = UntouchedError();
   for (const TKTokenOperation operation : {TKTokenOperationNone, TKTokenOperationPerformKeyExchange}) {
@@ -137,30 +96,10 @@ TEST_F(KeyboardLogin, NeitherOperationNorConstraintIsLookedAt) {
 }
 
 TEST_F(KeyboardLogin, OperationKeepsItsSessionAlive) {
-  const LiveObjects operations([QELAuthOperation class]);
-  QELAuthOperation *operation = nil;
-  const long before = m_sessions.Growth();
-  @autoreleasepool {
-    operation = [BegunOn<QELAuthOperation>(MakeSession(m_token)) retain];
-  }
-  EXPECT_EQ(m_sessions.Growth(), before + 1);
-  [operation release];
-  EXPECT_EQ(m_sessions.Growth(), before);
+  ExpectOperationToKeepItsSession<QELAuthOperation>();
 }
 
-TEST_F(PinPadLogin, OperationKeepsItsSessionAlive) {
-  const LiveObjects operations([QELPINPadAuthOperation class]);
-  QELPINPadAuthOperation *operation = nil;
-  const long before = m_sessions.Growth();
-  @autoreleasepool {
-    operation = [BegunOn<QELPINPadAuthOperation>(MakeSession(m_token)) retain];
-  }
-  EXPECT_EQ(m_sessions.Growth(), before + 1);
-  [operation release];
-  EXPECT_EQ(m_sessions.Growth(), before);
-}
-
-#pragma mark - Typed on the keyboard
+#pragma mark - The login
 
 TEST_F(KeyboardLogin, ARightPinIsSentTwiceAndTheSecondTimeTheUserIsLoggedInAlready) {
   EXPECT_TRUE(LoginWith(@"1234"));
@@ -261,95 +200,6 @@ TEST_F(KeyboardLogin, NoLogHoldsThePin) {
   for (const auto &[level, text] : m_log.Lines()) EXPECT_EQ(text.find("834291"), std::string::npos) << text;
 }
 
-#pragma mark - Typed on the reader
-
-TEST_F(PinPadLogin, SendsNoPinAndShowsTheDialogAroundTheLogin) {
-  EXPECT_TRUE(Login());
-  EXPECT_EQ(m_card.Calls(),
-            (Texts{"C_GetSlotType slot=7", "dialog show 8", "C_Login session=101 user=1 pin=none", "dialog hide"}));
-  EXPECT_EQ(m_card.pinWasNull, std::vector<bool>{true});
-  EXPECT_EQ(m_card.pins, std::vector<Bytes>{Bytes{}});
-  EXPECT_EQ(m_log.Infos(), (Texts{"Pin pad reader ready to auth", "C_Login rv = 0"}));
-  EXPECT_EQ(m_systemLog.Texts(), Texts{});
-  EXPECT_TRUE([[m_session smartCard] sensitive]);
-  EXPECT_EQ([[m_session smartCard] context], [NSNumber numberWithBool:YES]);
-}
-
-TEST_F(PinPadLogin, APinGivenAllTheSameIsSentUnderTheDialog) {
-  EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
-  EXPECT_EQ(m_card.pins, std::vector<Bytes>{TestCard::Text("1234")});
-  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
-}
-
-TEST_F(PinPadLogin, SlotTypesChooseTheDialog) {
-  for (const auto &[slotType, shown] :
-       {std::pair{0x80000002UL, "show 8"}, {0x80000003UL, "show 32"}, {0x80000001UL, "show 1"}, {0UL, "show 1"}}) {
-    const DialogRecorder dialog;
-    m_card.Slots().front().slotType = slotType;
-    Login();
-    EXPECT_EQ(dialog.Calls(), (Texts{shown, "hide"}));
-  }
-}
-
-TEST_F(PinPadLogin, AFailingSlotTypeIsThePlainDialog) {
-  m_card.Fail("C_GetSlotType", CKR_FUNCTION_NOT_SUPPORTED);
-  EXPECT_TRUE(Login());
-  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 1", "hide"}));
-}
-
-TEST_F(PinPadLogin, TheDialogIsHiddenAfterEveryFailure) {
-  for (const CardResult &result : kCardResults) {
-    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", result.rv}});
-    NSError *error = UntouchedError();
-    EXPECT_FALSE(Login(&error));
-    EXPECT_TRUE(IsErrorOf(result.code, error));
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-    EXPECT_FALSE(m_dialog.IsVisible());
-  }
-}
-
-TEST_F(PinPadLogin, ExceptionsPassAndTheDialogIsHidden) {
-  NSError *error = UntouchedError();
-  {
-    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", CKR_OK, Raise}});
-    EXPECT_STREQ([[CatchNSException([&] { Login(&error); }) name] UTF8String], "Name");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  {
-    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", CKR_OK, Throw}});
-    EXPECT_EQ(PassingException([&] { Login(&error); }), "from the card");
-    EXPECT_EQ(script.Calls().back(), "dialog hide");
-  }
-  {
-    ScriptedCard script({{"C_GetSlotType", CKR_OK, Raise}});
-    EXPECT_STREQ([[CatchNSException([&] { Login(&error); }) name] UTF8String], "Name");
-    EXPECT_EQ(script.Calls().back(), "dialog hide") << "harmless when it is not shown";
-  }
-  EXPECT_EQ(error, UntouchedError());
-}
-
-#pragma mark - Results
-
-struct LoginResult {
-  CK_RV rv;
-  bool success;
-};
-
-TEST_F(PinPadLogin, OnlyTwoResultsAreALogin) {
-  for (const auto &[rv, success] : {LoginResult{CKR_OK, true},
-                                    {CKR_USER_ALREADY_LOGGED_IN, true},
-                                    {CKR_CANCEL, false},
-                                    {CKR_PIN_EXPIRED, false},
-                                    {CKR_USER_ANOTHER_ALREADY_LOGGED_IN, false},
-                                    {CKR_VENDOR_DEFINED | 0x100, false}}) {
-    ScriptedCard script({{"C_GetSlotType"}, {"C_Login", rv}});
-    [[m_session smartCard] setSensitive:NO];
-    EXPECT_EQ(Login(), success) << rv;
-    EXPECT_EQ([[m_session smartCard] sensitive] != NO, success) << rv;
-    EXPECT_EQ(m_log.Infos().back(), "C_Login rv = " + std::to_string(rv));
-  }
-}
-
 TEST_F(KeyboardLogin, EveryFailureIsMappedWithAnOutPointerAndWithout) {
   for (const CardResult &result : kCardResults) {
     for (const bool withPointer : {true, false}) {
@@ -362,24 +212,24 @@ TEST_F(KeyboardLogin, EveryFailureIsMappedWithAnOutPointerAndWithout) {
   EXPECT_EQ(m_log.Errors(), Texts{});
 }
 
-#pragma mark - NSException
+#pragma mark - Exceptions
 
 TEST_F(KeyboardLogin, AnExceptionInEitherCallIsLoggedAndReported) {
   for (const std::vector<Row> &rows :
-       {std::vector<Row>{{"C_Login", CKR_OK, Raise}}, {{"C_Login"}, {"C_Login", CKR_OK, Raise}}}) {
+       {std::vector<Row>{{"C_Login", CKR_OK, RaiseFromCard}}, {{"C_Login"}, {"C_Login", CKR_OK, RaiseFromCard}}}) {
     const SystemLog::Captured systemLog;
     ScriptedCard script(rows);
     NSError *error = nil;
     EXPECT_FALSE(LoginWith(@"1234", &error));
     EXPECT_TRUE(IsError(error, @"QELException", -1));
-    EXPECT_STREQ([[error localizedDescription] UTF8String], "the reason");
+    EXPECT_STREQ([[error localizedDescription] UTF8String], "from the card");
     EXPECT_EQ(systemLog.Texts().back().rfind("[CTK] Exception in finishWithError: ", 0), 0u);
-    EXPECT_NE(systemLog.Texts().back().find("the reason"), std::string::npos);
+    EXPECT_NE(systemLog.Texts().back().find("from the card"), std::string::npos);
   }
 }
 
 TEST_F(KeyboardLogin, AnExceptionWithoutOutPointerIsLoggedAllTheSame) {
-  ScriptedCard script({{"C_Login", CKR_OK, Raise}});
+  ScriptedCard script({{"C_Login", CKR_OK, RaiseFromCard}});
   EXPECT_FALSE(LoginWith(@"1234"));
   EXPECT_EQ(m_systemLog.Texts().size(), 1u);
 }
@@ -395,7 +245,7 @@ TEST_F(KeyboardLogin, AnExceptionWithoutReasonIsAnErrorWithoutDescription) {
 TEST_F(KeyboardLogin, AnExceptionOfThePlatformsCardIsReported) {
   TKSmartCard *smartCard =
       [[[RaisingSmartCard alloc] initWithSlot:[TKSmartCardSlot slotWithName:@"Example Reader 0"]] autorelease];
-  QELAuthOperation *operation = BegunOn<QELAuthOperation>(MakeSession(MakeToken(nullptr, smartCard)));
+  QELAuthOperation *operation = Begun<QELAuthOperation>(MakeSession(MakeToken(nullptr, smartCard)));
   [operation setPIN:@"1234"];
   NSError *error = nil;
   EXPECT_FALSE([operation finishWithError:&error]);
@@ -404,7 +254,7 @@ TEST_F(KeyboardLogin, AnExceptionOfThePlatformsCardIsReported) {
 }
 
 TEST_F(KeyboardLogin, CppExceptionsPass) {
-  ScriptedCard script({{"C_Login", CKR_OK, Throw}});
+  ScriptedCard script({{"C_Login", CKR_OK, ThrowFromCard}});
   EXPECT_EQ(PassingException([&] { LoginWith(@"1234"); }), "from the card");
 }
 
@@ -419,14 +269,4 @@ TEST_F(LoginOnTwoSlots, IsMadeOnThePairOfTheLastOperation) {
   EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
   EXPECT_EQ(m_card.Calls(), Texts{"C_Login session=102 user=1 pin=given"});
   EXPECT_NE(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
-}
-
-class LoginOnTwoPinPads : public TwoPinPadsTest {};
-
-TEST_F(LoginOnTwoPinPads, ShowsTheDialogOfTheCurrentPairsSlot) {
-  m_card.LogOut();
-  [m_session selectPairByKeyID:LaterRsaKey()];
-  EXPECT_TRUE(PerformLogin(m_session, nil, nullptr));
-  EXPECT_EQ(m_card.Calls(),
-            (Texts{"C_GetSlotType slot=8", "dialog show 32", "C_Login session=102 user=1 pin=none", "dialog hide"}));
 }
