@@ -3,7 +3,9 @@
 #import <Foundation/Foundation.h>
 #import <objc/runtime.h>
 
-/// While it lives, an initializer of a class releases its receiver and gives nil, as a platform that refuses.
+/// While it lives, an initializer of a class releases its receiver and gives nil, as a platform that refuses. A
+/// subclass must call it through super: the runtime keeps a table of what other calls reach for each class that was in
+/// use.
 class InitializerGivesNil {
  public:
   InitializerGivesNil(Class owner, SEL initializer)

@@ -248,7 +248,7 @@ TEST_F(QELTokenConstruction, SlotsAndSessionsOfAnySizeAreKeptWhole) {
 }
 
 TEST_F(QELTokenConstruction, APlatformThatRefusesTheTokenGivesNilWithoutAnErrorAndClosesTheSession) {
-  const InitializerGivesNil refusal([TKSmartCardToken class], @selector(initWithSmartCard:AID:instanceID:tokenDriver:));
+  const InitializerGivesNil refusal([TKToken class], @selector(initWithTokenDriver:instanceID:));
   FakeCard card(EmptySlot());
   @autoreleasepool {
     NSError *error = nil;

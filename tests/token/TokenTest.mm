@@ -1,9 +1,14 @@
 #import "tests/token/TokenTest.h"
 
+#include "token/ProcessModules.h"
+
 using TestCard::FakeSlot;
 
 TokenTest::TokenTest() = default;
-TokenTest::~TokenTest() = default;
+
+TokenTest::~TokenTest() {
+  ProcessModules::Instance() = ProcessModules();  // the next case loads the libraries as a process of its own would
+}
 
 std::vector<FakeSlot> TokenTest::OneSlot() {
   FakeSlot slot{7, kReader};
