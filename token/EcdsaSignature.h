@@ -2,6 +2,10 @@
 
 #import <Foundation/Foundation.h>
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// Returns the X9.62 form, a DER SEQUENCE of two INTEGERs, of a raw signature r||s; nil when the platform's coder
 /// refuses. The halves are split by integer division.
-NSMutableData *DerFromRawEcdsaSignature(NSData *signature);
+NSMutableData *_Nullable DerFromRawEcdsaSignature(NSData *signature);
+
+NS_ASSUME_NONNULL_END

@@ -3,16 +3,9 @@
 #import "pkcs11/Format.h"
 #include "pkcs11/QELTokenException.h"
 #include "pkcs11/Slots.h"
+#import "token/PaddedText.h"
 
 namespace {
-
-/// Nil when the description is not valid UTF-8.
-NSString *TrimmedDescription(const PKCS11::SlotDescription &description) {
-  NSString *text = [[[NSString alloc] initWithBytes:description.data()
-                                             length:description.size()
-                                           encoding:NSUTF8StringEncoding] autorelease];
-  return [text stringByTrimmingCharactersInSet:[NSCharacterSet whitespaceCharacterSet]];
-}
 
 /// A literal search: no folding, no equivalence of composed and decomposed letters. An empty name is in no description.
 bool Contains(NSString *description, NSString *name) {
@@ -30,7 +23,8 @@ bool Contains(NSString *description, NSString *name) {
 
   NSMutableArray<NSNumber *> *matches = [NSMutableArray array];
   for (const CK_SLOT_ID slot : PKCS11::SlotList()) {
-    NSString *description = TrimmedDescription(PKCS11::DescriptionOfSlot(slot));
+    const PKCS11::SlotDescription field = PKCS11::DescriptionOfSlot(slot);
+    NSString *description = TextOfPaddedField(field.data(), field.size(), NSUTF8StringEncoding);
     Utils::log(QELLog::Info(), @"slotName %@", description);
     if (Contains(description, readerName)) [matches addObject:[NSNumber numberWithUnsignedLong:slot]];
   }

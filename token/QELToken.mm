@@ -8,27 +8,23 @@
 #include "pkcs11/FunctionList.h"
 #include "pkcs11/Session.h"
 #import "settings/QELSettings.h"
+#import "token/PaddedText.h"
 #include "token/ProcessModules.h"
 #import "token/QELTokenSession.h"
 
 namespace {
 
-NSString *Trimmed(NSString *text) {
-  return [text stringByTrimmingCharactersInSet:[NSCharacterSet whitespaceCharacterSet]];
-}
-
 /// "QEL-" and the serial number without its padding. A serial number that is not ASCII stands in hexadecimal: two such
 /// cards must not share an identity.
 NSString *InstanceID(const CK_TOKEN_INFO &info) {
   const size_t length = sizeof info.serialNumber;
-  NSString *serial = [[[NSString alloc] initWithBytes:info.serialNumber length:length
-                                             encoding:NSASCIIStringEncoding] autorelease];
+  NSString *serial = TextOfPaddedField(info.serialNumber, length, NSASCIIStringEncoding);
   if (serial == nil) {
     NSMutableString *digits = [NSMutableString stringWithCapacity:2 * length];
     for (const CK_BYTE byte : info.serialNumber) [digits appendFormat:@"%02X", byte];
     serial = digits;
   }
-  return [@"QEL-" stringByAppendingString:Trimmed(serial)];
+  return [@"QEL-" stringByAppendingString:serial];
 }
 
 /// Only the construction that started the token log reports there; later ones leave the shared log to working tokens.
