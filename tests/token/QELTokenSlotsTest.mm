@@ -61,6 +61,7 @@ INSTANTIATE_TEST_SUITE_P(, QELTokenSlotMatching, ::testing::Values(
   Matching{"TheNameAnywhereInTheDescription", @"Example Reader 0", {"ACME Example Reader 0 (contact)"}, {1}},
   Matching{"OnlyTheMatchingSlots", @"Example Reader 1", {"Example Reader 0", "Example Reader 1", "Other", "Example Reader 1 b"}, {2, 4}},
   Matching{"ANameOfOneLetter", @"E", {"Example Reader 0"}, {1}},
+  Matching{"ADescriptionOfOneLetter", @"E", {"E"}, {1}},
   Matching{"NotTheOtherWayRound", @"Example Reader 0 with a longer name", {"Example Reader 0"}, {}},
   Matching{"NotInAnotherCase", @"example reader", {"Example Reader"}, {}},
   Matching{"NotInAnotherCaseOfOtherLetters", @"\u00C4rzte", {"\xC3\xA4rzte"}, {}},
