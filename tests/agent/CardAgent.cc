@@ -23,7 +23,7 @@ CardAgent::CardAgent(const std::vector<std::string>& keys, Pin pin, const std::v
   environment["SSH_ASKPASS"] = m_card.Path("askpass");
   environment["SSH_ASKPASS_REQUIRE"] = "force";
   // Freed memory is to be used again, or the process would seem to grow.
-  environment["ASAN_OPTIONS"] = "detect_leaks=0:quarantine_size_mb=1";
+  *environment["ASAN_OPTIONS"] += ":quarantine_size_mb=1";
   std::vector<std::string> arguments = {"agent", "--socket", Socket()};
   if (pin == Pin::File) arguments.insert(arguments.end(), {"--pin-file", m_card.Path("pin")});
   arguments.insert(arguments.end(), options.begin(), options.end());
