@@ -23,10 +23,11 @@ NS_ASSUME_NONNULL_BEGIN
 /// One open session (CK_SESSION_HANDLE) per entry of hSlots, at the same index. Owned by the token.
 @property(atomic, retain, nullable) NSMutableArray<NSNumber *> *hSessions;
 
-/// Builds the token from the card. The first token of the process loads the settings, starts the token log when they
-/// ask for it, and loads the PKCS#11 library and the PIN dialog library; later ones reuse them. Returns nil with an
-/// error of domain "QELToken" on failure; nil with `error` untouched when the card's token information cannot be read.
-/// `error` may be null.
+/// Builds the token from the card. Its instance identifier is "QEL-" and the serial number on the reader's first slot
+/// without blanks and tabs at both ends, in hexadecimal when it is not ASCII. The first token of the process loads the
+/// settings, starts the token log when they ask for it, and loads the PKCS#11 library and the PIN dialog library; later
+/// ones reuse them. Returns nil with an error of domain "QELToken" on failure; nil with `error` untouched when the
+/// card's token information cannot be read. `error` may be null.
 - (nullable instancetype)initWithSmartCard:(TKSmartCard *)smartCard
                                        AID:(nullable NSData *)AID
                                tokenDriver:(TKSmartCardTokenDriver *)tokenDriver

@@ -10,7 +10,10 @@ NS_ASSUME_NONNULL_BEGIN
 @class QELToken;
 
 /// One client's use of the token. Works on the sessions that the token opened and keeps no key handle, login flag or
-/// PIN: the login state lives on the card. One operation at a time.
+/// PIN: the login state lives on the card. An operation that fails returns nil: with an error of domain "QELToken" when
+/// its key or session could not be had, with one of TKErrorDomain when no user is logged in and for the card results
+/// that have one, with the error untouched in all other cases. One operation at a time, on the calling thread, which
+/// waits for the card.
 @interface QELTokenSession : TKSmartCardTokenSession <TKTokenSessionDelegate> {
   NSMutableArray<SlotSessionPair *> *m_pairs;
   SlotSessionPair *m_currentPair;

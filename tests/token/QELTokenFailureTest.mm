@@ -132,12 +132,3 @@ TEST_F(QELTokenWithoutReader, AnUnknownReaderIsReportedAndNoSessionIsTouched) {
                                   "Requested name was Example Reader 0"}));
   EXPECT_EQ(card.Names().back(), "C_GetSlotInfo");
 }
-
-TEST_F(QELTokenWithoutReader, ASearchThatCannotBeEndedStillGivesAToken) {
-  FakeCard card(OneSlot());
-  card.Fail("C_FindObjectsFinal", CKR_DEVICE_ERROR);
-  @autoreleasepool {
-    EXPECT_EQ([[[MakeToken() keychainContents] items] count], 4u);
-  }
-  EXPECT_EQ(m_log.Errors(), Texts{"C_FindObjectsFinal() => 0x00000030"});
-}

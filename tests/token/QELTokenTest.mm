@@ -184,6 +184,15 @@ TEST_F(QELTokenConstruction, AFailureToCloseAllSessionsIsLoggedAndConstructionGo
   EXPECT_EQ(m_lines.Errors(), Texts{});
 }
 
+TEST_F(QELTokenConstruction, AFailureToEndASearchIsLoggedAndConstructionGoesOn) {
+  FakeCard card(OneSlot());
+  card.Fail("C_FindObjectsFinal", CKR_DEVICE_ERROR);
+  @autoreleasepool {
+    EXPECT_EQ([[[MakeToken() keychainContents] items] count], 4u);
+  }
+  EXPECT_EQ(m_lines.Errors(), Texts{"C_FindObjectsFinal() => 0x00000030"});
+}
+
 TEST_F(QELTokenConstruction, UnreadableTokenInformationGivesNilAndLeavesTheErrorUntouched) {
   FakeCard card(EmptySlot());
   card.Fail("C_GetTokenInfo", CKR_TOKEN_NOT_RECOGNIZED);
@@ -218,13 +227,8 @@ TEST_F(QELTokenConstruction, ASlotIsNamedInTheLogBeforeItsSessionIsOpened) {
 
 TEST_F(QELTokenConstruction, SlotsAndSessionsOfAnySizeAreKeptWhole) {
   constexpr unsigned long kSlot = 0xFFFFFFFF00000001, kSession = 0xFFFFFFFF00000002;
-  {
-    const FakeCard first(EmptySlot());
-    @autoreleasepool {
-      MakeToken();  // initializes the library
-    }
-  }
-  const TestCard::ScriptedCard card({{"C_GetSlotList", CKR_OK, TestCard::SlotCount(1)},
+  const TestCard::ScriptedCard card({{"C_Initialize"},
+                                     {"C_GetSlotList", CKR_OK, TestCard::SlotCount(1)},
                                      {"C_GetSlotList", CKR_OK, TestCard::Slots({kSlot})},
                                      {"C_GetSlotInfo", CKR_OK, TestCard::Description(kReader)},
                                      {"C_CloseAllSessions"},
