@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "host/PathNotices.h"
+
 namespace Host {
 
 /// Collects bytes into whole lines.
@@ -36,22 +38,16 @@ class FollowedLog {
 class FollowedFile : public FollowedLog {
  public:
   /// Throws Failure when the system gives no notices of changes.
-  explicit FollowedFile(std::filesystem::path path);
-  ~FollowedFile() override;
-  FollowedFile(const FollowedFile&) = delete;
-  FollowedFile& operator=(const FollowedFile&) = delete;
+  explicit FollowedFile(const std::filesystem::path& path);
 
-  int Descriptor() const override { return m_notices; }
+  int Descriptor() const override { return m_notices.Descriptor(); }
   std::vector<std::string> NewLines() override;
 
  private:
-  void Watch();
   std::string NewText();
 
   std::filesystem::path m_path;
-  std::filesystem::path m_watchedFolder;
-  int m_notices = -1;
-  int m_watch = -1;
+  PathNotices m_notices;
   ino_t m_file = 0;  ///< the one that was read last
   off_t m_read = 0;  ///< how much of it
   LineBuffer m_lines;
