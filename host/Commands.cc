@@ -49,6 +49,8 @@ void UseKey(const Options& options, const std::string& id, const std::string& pa
 void ShowReaders(const Options& options) {
   const std::vector<Reader> readers = ChosenReaders(options);
   options.json ? PrintJson(ReadersJson(readers)) : Print(ReadersText(readers));
+  const std::string problem = ServiceProblem();
+  if (!problem.empty()) std::fprintf(stderr, "Soft readers only: %s.\n", problem.c_str());
 }
 
 void ListItems(const Options& options) {

@@ -88,6 +88,17 @@ Bytes KeySession::Agree(const Wire::Item& key, const Bytes& peer, int64_t size,
 
 Bytes KeySession::Perform(Wire::Operation number, const std::string& call, const Wire::Item& key,
                           const Operation& operation) {
+  try {
+    return Attempt(number, call, key, operation);
+  } catch (const Failure& failure) {
+    const std::string gone = WhatIsGone(m_token.Reader());
+    if (gone.empty()) throw;
+    throw Failure(ExitStatus::NoToken, std::string(NameOf(number)) + " failed: " + gone + " and run the command again");
+  }
+}
+
+Bytes KeySession::Attempt(Wire::Operation number, const std::string& call, const Wire::Item& key,
+                          const Operation& operation) {
   for (int round = 0; round < kRounds; ++round) {
     auto answer = m_token.Process().Ask(call, operation);
     if (answer) return *std::move(answer.value);

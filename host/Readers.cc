@@ -1,10 +1,15 @@
 #include "host/Readers.h"
 
+#include <algorithm>
+
 #include "host/Failure.h"
+#include "host/PcscReaders.h"
 #include "softcard/State.h"
 
 namespace Host {
 namespace {
+
+constexpr int kTimeToNotice = 1000;  // milliseconds
 
 SoftCard::State LoadState() {
   try {
@@ -14,13 +19,39 @@ SoftCard::State LoadState() {
   }
 }
 
+const Reader* Find(const std::vector<Reader>& readers, const std::string& name) {
+  const auto found = std::find_if(readers.begin(), readers.end(), [&](auto& reader) { return reader.name == name; });
+  return found == readers.end() ? nullptr : &*found;
+}
+
 }  // namespace
 
-std::vector<Reader> Readers() {
-  std::vector<Reader> readers;
-  for (const SoftCard::Reader& reader : LoadState().readers)
-    readers.push_back({reader.name, !reader.card.empty(), reader.insertions});
+std::vector<Reader> WithSoftReaders(std::vector<Reader> readers) {
+  for (const SoftCard::Reader& soft : LoadState().readers) {
+    if (!Find(readers, soft.name)) readers.push_back({soft.name, !soft.card.empty(), soft.insertions});
+  }
   return readers;
+}
+
+std::vector<Reader> Readers() {
+  return WithSoftReaders(PcscConnection().Readers().readers);
+}
+
+std::string ServiceProblem() {
+  return PcscConnection().Readers().problem;
+}
+
+std::string WhatIsGone(const std::string& name) {
+  PcscConnection service;
+  const std::vector<Reader> before = service.Readers().readers;
+  const Reader* reader = Find(before, name);
+  if (reader && reader->hasCard) service.Wait(kTimeToNotice);
+  const ServiceReaders now = service.Readers();
+  const std::vector<Reader> all = WithSoftReaders(now.readers);
+  reader = Find(all, name);
+  if (reader) return reader->hasCard ? "" : "the card was taken out of " + name + "; put it back";
+  return now.problem.empty() ? "the reader " + name + " was unplugged; plug it in"
+                             : "the reader " + name + " is gone, because " + now.problem;
 }
 
 std::optional<int> PinTriesLeft(const std::string& readerName, const std::string& keyID) {

@@ -21,9 +21,11 @@ std::vector<Reader> ChosenReaders(const Options& options) {
   for (Reader& reader : Readers())
     if (options.reader.empty() || reader.name == options.reader) chosen.push_back(std::move(reader));
   if (!chosen.empty()) return chosen;
-  throw Failure(ExitStatus::NoToken,
-                options.reader.empty() ? "no reader; 'softcard init' makes one"
-                                       : "no reader is called '" + options.reader + "'; 'ctkhost readers' shows them");
+  if (!options.reader.empty())
+    throw Failure(ExitStatus::NoToken, "no reader is called '" + options.reader + "'; 'ctkhost readers' shows them");
+  const std::string problem = ServiceProblem();
+  throw Failure(ExitStatus::NoToken, "no reader" + (problem.empty() ? "; plug one in" : ": " + problem) +
+                                         ", or make a soft one with 'softcard init'");
 }
 
 CardTokens OpenTokens(const Options& options, ExtensionProcess& process) {

@@ -59,6 +59,9 @@ class KeySession {
                         Wire::Bytes* data);
   Wire::Bytes Perform(Wire::Operation number, const std::string& call, const Wire::Item& key,
                       const Operation& operation);
+  /// Perform, telling of the call that failed even when the card is gone.
+  Wire::Bytes Attempt(Wire::Operation number, const std::string& call, const Wire::Item& key,
+                      const Operation& operation);
   void Authenticate(Wire::Operation number, const Wire::Item& key);
   Failure LoginFailure(const Wire::Item& key, const std::optional<Wire::Error>& error) const;
 

@@ -1,8 +1,8 @@
 #include <cstdio>
 #include <map>
-#include <thread>
 
 #include "host/Commands.h"
+#include "host/ReaderMonitor.h"
 #include "host/Service.h"
 
 namespace Host {
@@ -48,15 +48,21 @@ class WatchedReader {
 }  // namespace
 
 void Watch(const Options& options) {
-  constexpr std::chrono::milliseconds kStep{50};
   ExtensionProcess process = MakeProcess(options);
   std::map<std::string, WatchedReader> watched;
+  ReaderMonitor monitor;
   Tell("watching");
+  std::string problem;
   while (true) {
-    for (const Reader& reader : Readers()) {
-      if (options.reader.empty() || reader.name == options.reader) watched[reader.name].Follow(process, reader);
-    }
-    std::this_thread::sleep_for(kStep);
+    std::map<std::string, Reader> present;
+    for (const auto& [name, reader] : watched) present[name] = {name, false, 0};  // unplugged, unless named below
+    const ServiceReaders found = monitor.Readers();
+    if (found.problem != problem) Tell("service " + (found.problem.empty() ? "answers" : found.problem));
+    problem = found.problem;
+    for (const Reader& reader : found.readers)
+      if (options.reader.empty() || reader.name == options.reader) present[reader.name] = reader;
+    for (const auto& [name, reader] : present) watched[name].Follow(process, reader);
+    monitor.Wait();
   }
 }
 

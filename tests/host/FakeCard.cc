@@ -73,7 +73,9 @@ ChildResult FakeCard::Host(std::vector<std::string> arguments) const {
 }
 
 ChildEnvironment FakeCard::Environment() const {
-  return {{"FAKE_EXTENSION", m_folder.string()}, {"QEL_SOFTCARD_DIR", Path("cards")}};
+  return {{"FAKE_EXTENSION", m_folder.string()},
+          {"QEL_SOFTCARD_DIR", Path("cards")},
+          {"PCSCLITE_CSOCK_NAME", Path("no-service")}};
 }
 
 std::vector<std::string> FakeCard::SignArguments(const std::string& key) const {

@@ -1,0 +1,24 @@
+#include "host/ReaderMonitor.h"
+
+#include <poll.h>
+
+#include "softcard/State.h"
+
+namespace Host {
+
+ReaderMonitor::ReaderMonitor() : m_softReaders(SoftCard::StateDirectory() / "state.json") {}
+
+ServiceReaders ReaderMonitor::Readers() {
+  m_softReaders.Take();
+  ServiceReaders found = m_service.Readers();
+  found.readers = WithSoftReaders(std::move(found.readers));
+  return found;
+}
+
+void ReaderMonitor::Wait(const std::vector<int>& also) {
+  std::vector<pollfd> waiting = {{m_service.Descriptor(), POLLIN, 0}, {m_softReaders.Descriptor(), POLLIN, 0}};
+  for (const int descriptor : also) waiting.push_back({descriptor, POLLIN, 0});
+  poll(waiting.data(), waiting.size(), -1);
+}
+
+}  // namespace Host
