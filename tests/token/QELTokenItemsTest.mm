@@ -12,6 +12,34 @@ using TestCard::Ulong;
 using TestCard::UserCertificate;
 using Texts = std::vector<std::string>;
 
+namespace {
+
+/// While it lives, a key item starts able to do everything, as a platform may decide for its certificate.
+class KeysStartAble {
+ public:
+  KeysStartAble() { s_original = method_setImplementation(Initializer(), reinterpret_cast<IMP>(&MakeAble)); }
+  ~KeysStartAble() { method_setImplementation(Initializer(), s_original); }
+  KeysStartAble(const KeysStartAble &) = delete;
+  KeysStartAble &operator=(const KeysStartAble &) = delete;
+
+ private:
+  static Method Initializer() {
+    return class_getInstanceMethod([TKTokenKeychainKey class], @selector(initWithCertificate:objectID:));
+  }
+  static id MakeAble(id self, SEL selector, SecCertificateRef certificate, id objectID) {
+    using Original = id (*)(id, SEL, SecCertificateRef, id);
+    TKTokenKeychainKey *key = reinterpret_cast<Original>(s_original)(self, selector, certificate, objectID);
+    [key setCanSign:YES];
+    [key setCanDecrypt:YES];
+    [key setCanPerformKeyExchange:YES];
+    [key setSuitableForLogin:YES];
+    return key;
+  }
+  static inline IMP s_original;
+};
+
+}  // namespace
+
 class QELTokenItems : public TokenTest {
  protected:
   static std::vector<FakeSlot> Holding(std::vector<FakeObject> objects) {
@@ -239,6 +267,12 @@ TEST_F(QELTokenItems, KeyExchangeNeedsDecryptionAndAnEcKey) {
   EXPECT_EQ(Offers(KeyThat(false, true, CKK_EC)), "decrypt exchange {34}");
   EXPECT_EQ(Offers(KeyThat(true, false, CKK_EC)), "sign login {2}");
   EXPECT_EQ(Offers(KeyThat(false, false, CKK_EC)), "{}");
+}
+
+TEST_F(QELTokenItems, WhatThePublicKeyCannotDoIsTakenFromTheItem) {
+  const KeysStartAble able;
+  EXPECT_EQ(Offers(KeyThat(false, false, CKK_EC)), "{}");
+  EXPECT_EQ(Offers(KeyThat(false, true, CKK_RSA)), "decrypt {3}");
 }
 
 TEST_F(QELTokenItems, TheKeyTypeIsReadOnlyOfAKeyThatDecrypts) {
