@@ -2,7 +2,9 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -39,10 +41,14 @@ size_t LoadLength(const uint8_t* from) {
   return length;
 }
 
-void SendBytes(int socket, const void* bytes, size_t length) {
-  const auto* next = static_cast<const uint8_t*>(bytes);
-  while (length > 0) {
-    const ssize_t sent = send(socket, next, length, MSG_NOSIGNAL);
+/// Sends both parts in one call where the system takes them at once: every call may wake the other side.
+void SendParts(int socket, std::array<iovec, 2> parts) {
+  size_t remaining = parts[0].iov_len + parts[1].iov_len;
+  while (remaining > 0) {
+    msghdr message = {};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    const ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL);
     if (sent < 0 && errno == EINTR) {
       continue;
     }
@@ -50,10 +56,16 @@ void SendBytes(int socket, const void* bytes, size_t length) {
       throw ProtocolError(Kind::Closed, "the other side is gone");
     }
     if (sent < 0) {
-      FailedCall("send");
+      FailedCall("sendmsg");
     }
-    next += sent;
-    length -= static_cast<size_t>(sent);
+    remaining -= static_cast<size_t>(sent);
+    size_t skipped = static_cast<size_t>(sent);
+    for (iovec& part : parts) {
+      const size_t taken = std::min(skipped, part.iov_len);
+      part.iov_base = static_cast<uint8_t*>(part.iov_base) + taken;
+      part.iov_len -= taken;
+      skipped -= taken;
+    }
   }
 }
 
@@ -75,11 +87,12 @@ void WaitForInput(int socket, std::chrono::milliseconds timeout) {
 size_t ReceiveBytes(int socket, uint8_t* to, size_t length, std::optional<std::chrono::milliseconds> timeout) {
   size_t received = 0;
   while (received < length) {
-    if (timeout) {
-      WaitForInput(socket, *timeout);
-    }
-    const ssize_t got = recv(socket, to + received, length - received, 0);
+    const ssize_t got = recv(socket, to + received, length - received, timeout ? MSG_DONTWAIT : 0);
     if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got < 0 && timeout && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      WaitForInput(socket, *timeout);
       continue;
     }
     // A peer that died with unread input resets the stream: an end like any other.
@@ -120,8 +133,8 @@ void Send(int socket, const Message& message) {
   StoreLength(reinterpret_cast<uint8_t*>(front.data()), header.size());
   StoreLength(reinterpret_cast<uint8_t*>(front.data()) + 4, message.attachment.size());
   front += header;
-  SendBytes(socket, front.data(), front.size());
-  SendBytes(socket, message.attachment.data(), message.attachment.size());
+  auto* attachment = const_cast<uint8_t*>(message.attachment.data());
+  SendParts(socket, {{{front.data(), front.size()}, {attachment, message.attachment.size()}}});
 }
 
 std::optional<Message> Receive(int socket, std::optional<std::chrono::milliseconds> timeout) {

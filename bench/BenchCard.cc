@@ -1,0 +1,28 @@
+#include "bench/BenchCard.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+namespace BenchCard {
+
+std::string WithCertificates(int count) {
+  return std::to_string(count) + "-certificates";
+}
+
+std::filesystem::path Store(const std::string& name) {
+  const char* folder = std::getenv("QEL_BENCH_CARDS");
+  if (folder == nullptr) throw std::runtime_error("QEL_BENCH_CARDS is not set; script/bench does it");
+  return std::filesystem::path(folder) / name;
+}
+
+std::string Use(const std::string& name) {
+  std::string reader;
+  if (!std::getline(std::ifstream(Store(name) / "reader"), reader))
+    throw std::runtime_error("there is no card " + name);
+  setenv("SOFTHSM2_CONF", (Store(name) / "softhsm2.conf").c_str(), 1);
+  unsetenv("QEL_SOFTCARD_DIR");
+  return reader;
+}
+
+}  // namespace BenchCard

@@ -1,0 +1,92 @@
+// bench_cards: makes the SoftHSM2 tokens that the benchmarks share, those that are not there yet.
+
+#include <cstdio>
+#include <fstream>
+
+#include "bench/BenchCard.h"
+#include "softcard/Beneath.h"
+#include "softcard/Client.h"
+#include "softcard/DemoAuthority.h"
+#include "softcard/KeyObjects.h"
+#include "softcard/Personalise.h"
+
+namespace {
+
+using namespace SoftCard;
+
+constexpr int kFirstFreeID = 16;
+
+CK_SLOT_ID SlotOfCard(const Pkcs11Library& library) {
+  for (const CK_SLOT_ID slot : library.Slots()) {
+    CK_TOKEN_INFO info{};
+    if (library->C_GetTokenInfo(slot, &info) == CKR_OK && Unpadded(info.label) == BenchCard::kLabel) return slot;
+  }
+  throw std::runtime_error("the new token is not there");
+}
+
+/// The authority's certificate, which comes with every soft card and is not wanted here.
+void RemoveAuthority(const LoggedInSession& session) {
+  Attributes wanted;
+  wanted.AddNumber(CKA_CLASS, CKO_CERTIFICATE).AddNumber(CKA_CERTIFICATE_CATEGORY, 2);
+  CK_OBJECT_HANDLE found = CK_INVALID_HANDLE;
+  CK_ULONG count = 0;
+  Require("C_FindObjectsInit", session->C_FindObjectsInit(session.Handle(), wanted.Data(), wanted.Count()));
+  Require("C_FindObjects", session->C_FindObjects(session.Handle(), &found, 1, &count));
+  Require("C_FindObjectsFinal", session->C_FindObjectsFinal(session.Handle()));
+  Require("C_DestroyObject", session->C_DestroyObject(session.Handle(), found));
+}
+
+/// What comes onto a card besides the keys that are generated on it.
+struct Extra {
+  int certificates = 0;
+  bool withKeys = false;
+};
+
+void Add(const LoggedInSession& session, const std::filesystem::path& store, const Extra& extra) {
+  const KeyPointer key(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", size_t{2048}));
+  const CertificatePointer certificate = DemoAuthority(store).Issue(key.get(), "Benchmark");
+  for (int i = 0; i < extra.certificates; ++i) {
+    const int number = kFirstFreeID + i;
+    const ObjectNames names = {"Benchmark " + std::to_string(number),
+                               {static_cast<unsigned char>(number >> 8), static_cast<unsigned char>(number)}};
+    if (extra.withKeys) ImportKeyPair(session, key.get(), names);
+    StoreCertificate(session, certificate.get(), 1, names);
+  }
+}
+
+void Make(const std::string& name, const std::vector<std::string>& keys, const Extra& extra) {
+  const std::filesystem::path store = BenchCard::Store(name);
+  if (std::filesystem::exists(store / "reader")) return;
+  std::filesystem::remove_all(store);
+  Card card;
+  card.name = BenchCard::kLabel;
+  Personalise(store, QEL_SOFTCARD_LIBRARY, {card, 1, BenchCard::kPin, keys, {}});
+
+  const ScopedEnvironment beneath("SOFTHSM2_CONF", (store / "softhsm2.conf").string());
+  const ScopedEnvironment forwarding("QEL_SOFTCARD_DIR", std::nullopt);
+  const Pkcs11Library library(QEL_SOFTCARD_LIBRARY);
+  const CK_SLOT_ID slot = SlotOfCard(library);
+  {
+    const LoggedInSession session(library, slot, CKU_USER, BenchCard::kPin);
+    RemoveAuthority(session);
+    if (extra.certificates > 0) Add(session, store, extra);
+  }
+  CK_SLOT_INFO info{};
+  Require("C_GetSlotInfo", library->C_GetSlotInfo(slot, &info));
+  std::ofstream(store / "reader") << Unpadded(info.slotDescription) << "\n";
+}
+
+}  // namespace
+
+int main() {
+  try {
+    Make(BenchCard::kMain, {"rsa2048", "rsa3072", "p256", "p384"}, {});
+    Make(BenchCard::kSixObjects, {"rsa2048", "p256"}, {});
+    Make(BenchCard::kTwoHundredSixObjects, {"rsa2048", "p256"}, {200, false});
+    for (const int count : {1, 10, 100}) Make(BenchCard::WithCertificates(count), {}, {count, true});
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench_cards: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,46 @@
+// A PKCS#11 library in front of SoftHSM2. With $QEL_BENCH_CLOCK it counts the time of every call there; without,
+// callers get SoftHSM2's own function list and nothing is in between.
+
+#include "bench/LibraryClock.h"
+#include "softcard/Beneath.h"
+#include "softcard/Functions.h"
+
+namespace {
+
+LibraryClock* s_clock = nullptr;
+
+template <auto Member, typename... Arguments>
+CK_RV Timed(Arguments... arguments) {
+  const uint64_t start = MonotonicNow();
+  const CK_RV rv = (SoftCard::Beneath()->*Member)(arguments...);
+  s_clock->nanoseconds += MonotonicNow() - start;
+  ++s_clock->calls;
+  return rv;
+}
+
+/// Deduces the arguments of a member of the list.
+template <auto Member, typename... Arguments>
+void Set(CK_FUNCTION_LIST& list, CK_RV (*CK_FUNCTION_LIST::*)(Arguments...)) {
+  list.*Member = &Timed<Member, Arguments...>;
+}
+
+CK_FUNCTION_LIST* TimedFunctions() {
+  static CK_FUNCTION_LIST list = *SoftCard::Beneath();
+#define ROW(name, first, arguments) Set<&CK_FUNCTION_LIST::name>(list, &CK_FUNCTION_LIST::name);
+  SOFTCARD_FUNCTIONS(ROW)
+#undef ROW
+  return &list;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
+  try {
+    SoftCard::LoadBeneath({});
+  } catch (const std::exception&) {
+    return CKR_GENERAL_ERROR;
+  }
+  s_clock = LibraryClock::Map();
+  *list = s_clock != nullptr ? TimedFunctions() : SoftCard::Beneath();
+  return CKR_OK;
+}

@@ -1,0 +1,35 @@
+"""What is good enough. A ratio is the product's time divided by the reference's, measured in turns."""
+
+# (what is measured, reference): the greatest ratio.
+RATIOS = {
+    ("2 MiB of UTF-8 to wide", "iconv"): 1 / 0.95,
+    ("2 MiB of UTF-8 to UTF-16", "iconv"): 1 / 0.95,
+    ("100 bytes of UTF-8 to wide", "iconv"): 1.5,
+    ("RSA-2048 signature", "same calls"): 1.02,
+    ("P-256 signature", "same calls"): 1.04,
+    **{(f"construction with {count} certificates on {library}", "same calls and parsing"): 1.10
+       for library, counts in (("a null library", (1, 10, 100, 1000)), ("SoftHSM2", (1, 10, 100))) for count in counts},
+}
+
+# what is measured: the most nanoseconds that the product may take.
+TIMES = {
+    "dead statement": 10,
+    "RSA-2048 signature on a null library": 3000,
+    "P-256 signature on a null library": 3000,
+}
+
+# what is measured: the most allocations of the product.
+ALLOCATIONS = {
+    "RSA-2048 signature on a null library": 39,
+    "P-256 signature on a null library": 39,
+}
+
+# (what is measured, reference): the most nanoseconds more than the reference.
+EXTRAS = {(f"{key} signature through the socket", "in process"): 60_000
+          for key in ("RSA-2048", "RSA-3072", "P-256", "P-384")}
+
+# The product's own time, in the process, is below each peer's.
+OWN_TIME_RATIO = 1.0
+
+# Time grows as (number of certificates) to the power of at most this.
+EXPONENT = 1.1

@@ -1,0 +1,119 @@
+"""Runs the programs of the benchmarks and makes rows of what they report.
+
+A row has "what", "value" and "unit" (ns, ratio, allocations, KiB, exponent), and where they apply "reference", "nanoseconds"
+and "reference_nanoseconds" behind a ratio, "goal" (the greatest good value) and "met".
+"""
+
+import json
+import math
+import re
+import statistics
+import subprocess
+
+import goals
+
+NANOSECONDS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def row(what, value, unit, goal=None, **more):
+    return {"what": what, "value": value, "unit": unit, **more, "goal": goal, "met": goal is None or value <= goal}
+
+
+def list_benchmarks(programs, text, environment):
+    """{what is measured: {side: (program, filter)}}"""
+    found = {}
+    for program in sorted(programs):
+        listing = subprocess.run([program, "--benchmark_list_tests"], check=True, capture_output=True, text=True,
+                                 env=environment)
+        for line in listing.stdout.splitlines():
+            what, _, side = re.sub(r"/iterations:\d+$", "", line).rpartition("/")
+            if text in what:
+                pattern = "".join(c if c.isalnum() or c in " /-_:" else "\\" + c for c in line)
+                found.setdefault(what, {})[side] = (program, f"^{pattern}$")
+    return found
+
+
+def run(benchmark, environment):
+    program, pattern = benchmark
+    done = subprocess.run([program, f"--benchmark_filter={pattern}", "--benchmark_format=json",
+                           "--benchmark_min_time=0.2"], capture_output=True, text=True, env=environment)
+    results = json.loads(done.stdout)["benchmarks"] if done.returncode == 0 else []
+    if not results or results[0].get("error_occurred"):
+        raise SystemExit(f"script/bench: {program} {pattern} failed: {done.stderr}{results}")
+    return results[0]
+
+
+def in_turns(sides, rounds, environment):
+    """{side: results of the rounds}, the sides taking turns."""
+    results = {side: [] for side in sides}
+    for _ in range(rounds):
+        for side, benchmark in sides.items():
+            results[side].append(run(benchmark, environment))
+    return results
+
+
+def ratio_rows(what, times):
+    """The product beside each reference, from the processor times of the rounds."""
+    product = times.pop("product")
+    if what in goals.TIMES or not times:
+        yield row(what, statistics.median(product), "ns", goals.TIMES.get(what))
+    for side, reference in times.items():
+        ratio = statistics.median(a / b for a, b in zip(product, reference))
+        yield row(what, ratio, "ratio", goals.RATIOS.get((what, side)), reference=side,
+                  nanoseconds=statistics.median(product), reference_nanoseconds=statistics.median(reference))
+
+
+def turn_rows(what, results):
+    """From the counters of a benchmark whose sides took turns in its own process."""
+    def counter(name):
+        return statistics.median(result[name] for result in results)
+
+    names = [name for name in results[0] if name.startswith(("ratio/", "extra/", "ns/"))]
+    references = [name.partition("/")[2] for name in names if name.startswith("ratio/")]
+    if what in goals.TIMES or not references:
+        yield row(what, counter("ns/product"), "ns", goals.TIMES.get(what))
+    for reference in references:
+        times = {"reference": reference, "nanoseconds": counter("ns/product"),
+                 "reference_nanoseconds": counter(f"ns/{reference}")}
+        extra = goals.EXTRAS.get((what, reference))
+        if extra is None:
+            yield row(what, counter(f"ratio/{reference}"), "ratio", goals.RATIOS.get((what, reference)), **times)
+        else:
+            yield row(what, counter(f"extra/{reference}"), "ns more", extra, **times)
+    if "allocations" in results[0]:
+        yield row(what, counter("allocations"), "allocations", goals.ALLOCATIONS.get(what))
+    if "peak KiB" in results[0]:
+        yield row(what, counter("peak KiB"), "KiB at the peak")
+
+
+def own_time_rows(what, results):
+    """The time outside the library, and the whole, beside each peer's."""
+    def counters(side, name):
+        return [result[name] for result in results[side]]
+
+    for name, text in (("own", what), ("total", what.replace("own time", "whole time"))):
+        for side in results:
+            if side == "product":
+                continue
+            # The goal is for the session in the process beside other libraries in a process.
+            goal = goals.OWN_TIME_RATIO if name == "own" and not side.startswith("product") else None
+            product, peer = counters("product", name), counters(side, name)
+            yield row(text, statistics.median(a / b for a, b in zip(product, peer)), "ratio", goal, reference=side,
+                      nanoseconds=statistics.median(product), reference_nanoseconds=statistics.median(peer))
+
+
+def exponent_rows(rows):
+    """How construction grows: the slope of time over number of certificates, both as logarithms."""
+    points = {}
+    for known in rows:
+        found = re.match(r"construction with (\d+) certificates on (.*)", known["what"])
+        if found and known["unit"] == "ratio":
+            points.setdefault(found[2], {})[int(found[1])] = known["nanoseconds"]
+    for library, times in points.items():
+        if len(times) < 3:
+            continue
+        x = [math.log(count) for count in times]
+        y = [math.log(time) for time in times.values()]
+        slope = statistics.covariance(x, y) / statistics.variance(x)
+        goal = goals.EXPONENT if library == "a null library" else None
+        yield row(f"growth of construction on {library}", slope, "exponent", goal)
