@@ -17,14 +17,16 @@ void MeasureOwnTime(benchmark::State& state, const std::function<void()>& sign) 
     state.SkipWithError("the library's time is not counted; script/bench sets QEL_BENCH_CLOCK");
     return;
   }
+  const double cost = LibraryClock::CostOfCounting();
   std::vector<double> own, total;
   for (auto _ : state) {
-    const uint64_t inside = clock->nanoseconds;
+    const uint64_t inside = clock->nanoseconds, calls = clock->calls;
     const uint64_t start = MonotonicNow();
     sign();
     const uint64_t whole = MonotonicNow() - start;
     total.push_back(static_cast<double>(whole));
-    own.push_back(static_cast<double>(whole - (clock->nanoseconds - inside)));
+    const double counting = cost * static_cast<double>(clock->calls - calls);
+    own.push_back(static_cast<double>(whole - (clock->nanoseconds - inside)) - counting);
   }
   state.counters["own"] = Median(own);
   state.counters["total"] = Median(total);

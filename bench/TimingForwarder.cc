@@ -13,8 +13,7 @@ template <auto Member, typename... Arguments>
 CK_RV Timed(Arguments... arguments) {
   const uint64_t start = MonotonicNow();
   const CK_RV rv = (SoftCard::Beneath()->*Member)(arguments...);
-  s_clock->nanoseconds += MonotonicNow() - start;
-  ++s_clock->calls;
+  s_clock->Add(MonotonicNow() - start);
   return rv;
 }
 
@@ -24,12 +23,15 @@ void Set(CK_FUNCTION_LIST& list, CK_RV (*CK_FUNCTION_LIST::*)(Arguments...)) {
   list.*Member = &Timed<Member, Arguments...>;
 }
 
-CK_FUNCTION_LIST* TimedFunctions() {
-  static CK_FUNCTION_LIST list = *SoftCard::Beneath();
+/// At the end of a process SoftHSM2's own statics are gone before its callers', and its C_Finalize would use them.
+CK_RV Finalize(void*) {
+  return CKR_OK;
+}
+
+void SetTimed(CK_FUNCTION_LIST& list) {
 #define ROW(name, first, arguments) Set<&CK_FUNCTION_LIST::name>(list, &CK_FUNCTION_LIST::name);
   SOFTCARD_FUNCTIONS(ROW)
 #undef ROW
-  return &list;
 }
 
 }  // namespace
@@ -40,7 +42,10 @@ extern "C" __attribute__((visibility("default"))) CK_RV C_GetFunctionList(CK_FUN
   } catch (const std::exception&) {
     return CKR_GENERAL_ERROR;
   }
+  static CK_FUNCTION_LIST functions = *SoftCard::Beneath();
   s_clock = LibraryClock::Map();
-  *list = s_clock != nullptr ? TimedFunctions() : SoftCard::Beneath();
+  if (s_clock != nullptr) SetTimed(functions);
+  functions.C_Finalize = Finalize;
+  *list = &functions;
   return CKR_OK;
 }
