@@ -21,7 +21,7 @@ void Start(benchmark::State& state) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  benchmark::RegisterBenchmark("start of the extension to published items, and its end/turns", Start)
+  benchmark::RegisterBenchmark("start of the extension to published items and its end/turns", Start)
       ->Iterations(kStarts);
   return RunBenchmarks(argc, argv);
 }

@@ -1,5 +1,5 @@
 // A PKCS#11 library in front of SoftHSM2. With $QEL_BENCH_CLOCK it counts the time of every call there; without,
-// callers get SoftHSM2's own function list and nothing is in between.
+// callers get SoftHSM2's own functions and nothing is in between.
 
 #include "bench/LibraryClock.h"
 #include "softcard/Beneath.h"
@@ -23,9 +23,8 @@ void Set(CK_FUNCTION_LIST& list, CK_RV (*CK_FUNCTION_LIST::*)(Arguments...)) {
   list.*Member = &Timed<Member, Arguments...>;
 }
 
-/// At the end of a process SoftHSM2's own statics are gone before its callers', and its C_Finalize would use them.
-CK_RV Finalize(void*) {
-  return CKR_OK;
+CK_RV Initialize(void* arguments) {
+  return SoftCard::InitializeBeneath({}, arguments);
 }
 
 void SetTimed(CK_FUNCTION_LIST& list) {
@@ -45,7 +44,8 @@ extern "C" __attribute__((visibility("default"))) CK_RV C_GetFunctionList(CK_FUN
   static CK_FUNCTION_LIST functions = *SoftCard::Beneath();
   s_clock = LibraryClock::Map();
   if (s_clock != nullptr) SetTimed(functions);
-  functions.C_Finalize = Finalize;
+  functions.C_Initialize = Initialize;
+  functions.C_Finalize = SoftCard::FinalizeBeneath;
   *list = &functions;
   return CKR_OK;
 }

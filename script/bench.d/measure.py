@@ -28,8 +28,7 @@ def list_benchmarks(programs, text, environment):
         for line in listing.stdout.splitlines():
             what, _, side = re.sub(r"/iterations:\d+$", "", line).rpartition("/")
             if text in what:
-                pattern = "".join(c if c.isalnum() or c in " /-_:" else "\\" + c for c in line)
-                found.setdefault(what, {})[side] = (program, f"^{pattern}$")
+                found.setdefault(what, {})[side] = (program, "^" + re.sub(r"([^\w /:-])", r"\\\1", line) + "$")
     return found
 
 
@@ -37,8 +36,8 @@ def run(benchmark, environment):
     program, pattern = benchmark
     done = subprocess.run([program, f"--benchmark_filter={pattern}", "--benchmark_format=json",
                            "--benchmark_min_time=0.2"], capture_output=True, text=True, env=environment)
-    results = json.loads(done.stdout)["benchmarks"] if done.returncode == 0 else []
-    if not results or results[0].get("error_occurred"):
+    results = json.loads(done.stdout)["benchmarks"] if done.stdout else []
+    if done.returncode != 0 or not results or results[0].get("error_occurred"):
         raise SystemExit(f"script/bench: {program} {pattern} failed: {done.stderr}{results}")
     return results[0]
 
@@ -96,7 +95,7 @@ def own_time_rows(what, results):
             if side == "product":
                 continue
             # The goal is for the session in the process beside other libraries in a process.
-            goal = goals.OWN_TIME_RATIO if name == "own" and not side.startswith("product") else None
+            goal = goals.OWN_TIME_RATIO if name == "own" and side in goals.PEERS else None
             product, peer = counters("product", name), counters(side, name)
             yield row(text, statistics.median(a / b for a, b in zip(product, peer)), "ratio", goal, reference=side,
                       nanoseconds=statistics.median(product), reference_nanoseconds=statistics.median(peer))
