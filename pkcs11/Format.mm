@@ -6,9 +6,8 @@ std::string FormatArguments(NSString *format, va_list arguments) NS_FORMAT_FUNCT
 
 std::string FormatArguments(NSString *format, va_list arguments) {
   NSString *text = [[[NSString alloc] initWithFormat:format arguments:arguments] autorelease];
-  // Text that UTF-8 cannot hold (a lone surrogate) has no UTF8String.
-  const char *utf8 = [text UTF8String];
-  return utf8 != nullptr ? utf8 : "";
+  // Asked first: for text that UTF-8 cannot hold (half of a surrogate pair) UTF8String is null or raises, by platform.
+  return [text canBeConvertedToEncoding:NSUTF8StringEncoding] ? [text UTF8String] : "";
 }
 
 }  // namespace

@@ -12,6 +12,11 @@ TEST(FormatTest, GivesUtf8) {
   EXPECT_EQ(Utils::format(@"%@", @"\u20AC"), "\xE2\x82\xAC");
 }
 
+TEST(FormatTest, TextThatUtf8CannotHoldIsNoText) {
+  const unichar halfOfAPair = 0xD800;
+  EXPECT_EQ(Utils::format(@"a%Cb", halfOfAPair), "");
+}
+
 TEST(FormatTest, ANilObjectIsPrinted) {
   EXPECT_EQ(Utils::format(@"slotName %@", (id)nil), "slotName (null)");
 }
