@@ -1,11 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
-#include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <new>
 #include <string>
@@ -13,11 +9,11 @@
 #include <vector>
 
 #include "log/QEL_LogImpl_File.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/tokenlog/LogFile.h"
 #include "tests/tokenlog/ProviderTest.h"
 #include "tests/tokenlog/ScopedLocale.h"
-#include "util/QELUtils.h"
 
 namespace {
 
@@ -120,41 +116,13 @@ TEST_F(FileProvider, IgnoresANullMessage) {
   EXPECT_EQ(TextsOf(L"A", nullptr), Texts{});
 }
 
-TEST_F(FileProvider, PutsProcessAndThreadInBrackets) {
+TEST_F(FileProvider, WritesALineOfLocalTimeProcessThreadLevelNameAndMessage) {
+  const ScopedTimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  const FakeClock clock(1709618889, 45999);  // 2024-03-05 06:08:09 UTC
   Configure(5);
-  TextsOf(L"A", L"x");
-  const LogLine line = LogLines(m_path).at(0);
-  EXPECT_EQ(line.process, getpid());
-  EXPECT_EQ(line.thread, std::to_string(QELUtils::gettid()));
-}
-
-std::string LocalTimeText(std::chrono::system_clock::time_point moment) {
-  using std::chrono::milliseconds;
-  const auto sinceEpoch = std::chrono::duration_cast<milliseconds>(moment.time_since_epoch()).count();
-  const time_t seconds = sinceEpoch / 1000;
-  tm local{};
-  localtime_r(&seconds, &local);
-  char text[40];
-  const size_t length = strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
-  snprintf(text + length, sizeof(text) - length, ",%03d", static_cast<int>(sinceEpoch % 1000));
-  return text;
-}
-
-TEST_F(FileProvider, StampsTheLocalTimeWithItsMilliseconds) {
-  Configure(5);
-  setenv("TZ", "QEL-03:30", 1);  // a zone east of Greenwich, so that UTC would be out of the bounds
-  tzset();
-  for (int i = 0; i < 20; ++i) {
-    const std::string before = LocalTimeText(std::chrono::system_clock::now());
-    TextsOf(L"A", L"x");
-    const std::string after = LocalTimeText(std::chrono::system_clock::now());
-    const std::string stamp = LogLines(m_path).back().time;
-    EXPECT_LE(before, stamp);
-    EXPECT_LE(stamp, after);
-    std::this_thread::sleep_for(std::chrono::milliseconds(3));
-  }
-  unsetenv("TZ");
-  tzset();
+  TextsOf(L"QELToken", L"Enter function");
+  EXPECT_EQ(Content(m_path),
+            "2024-03-05 07:08:09,045 [" + std::to_string(getpid()) + "-0] INFO  QELToken - Enter function\n");
 }
 
 TEST_F(FileProvider, LeavesExistingLoggersAloneWhenConfiguredAgain) {

@@ -15,10 +15,7 @@ inline std::string Content(const std::filesystem::path& path) {
 
 /// One line of a token log, taken apart.
 struct LogLine {
-  bool whole;  ///< whether the line has the exact form of one
-  std::string time;
-  int process;
-  std::string thread;
+  bool whole;         ///< whether the line has the exact form of one
   std::string level;  ///< padded, as in the file
   std::string name;
   std::string message;
@@ -26,12 +23,12 @@ struct LogLine {
 
 inline LogLine ParseLogLine(const std::string& line) {
   // The head by a pattern, the message by position: messages may be very long.
-  static const std::regex head(R"(^(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2},\d{3}) \[(\d+)-(-?\d+)\] (.{5}) (\S+) - )");
+  static const std::regex head(R"(^\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2},\d{3} \[\d+-0\] (.{5}) (\S+) - )");
   std::smatch found;
   const std::string start = line.substr(0, 200);
   if (!std::regex_search(start, found, head)) return {};
   const size_t headSize = static_cast<size_t>(found.length(0));
-  return {true, found[1], std::stoi(found[2]), found[3], found[4], found[5], line.substr(headSize)};
+  return {true, found[1], found[2], line.substr(headSize)};
 }
 
 /// The lines of the token log at `path`. The last one counts as damaged when it does not end.
