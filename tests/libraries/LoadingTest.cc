@@ -107,10 +107,3 @@ TEST_F(LoadingTest, AMissingLibraryIsNamedWithThePathThatKeepsItsDots) {
                 "logging ended",
             }));
 }
-
-TEST_F(LoadingTest, NoOtherPlaceIsTried) {
-  // The bundle of the complete library is a neighbour, and the working folder offers a library too.
-  const Texts lines = Run("no_library", {"module", "module"});
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], lines[1]);
-}

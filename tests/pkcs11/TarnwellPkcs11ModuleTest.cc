@@ -21,6 +21,17 @@ TEST_F(TarnwellPkcs11ModuleTest, IsLoadedFromTheFolderBesideTheExecutablesFolder
   EXPECT_EQ(LoadedPaths().back(), EXECUTABLE_FOLDER "/../Frameworks/libQELTarnwellPkcs11.dylib");
 }
 
+TEST_F(TarnwellPkcs11ModuleTest, IsLookedForInNoOtherPlace) {
+  const LoaderRedirect elsewhere("libQELTarnwellPkcs11", CARD_MODULE);
+  const LoaderRedirect missing(EXECUTABLE_FOLDER, "");
+  const size_t asked = LoadedPaths().size();
+  const std::string path = EXECUTABLE_FOLDER "/../Frameworks/libQELTarnwellPkcs11.dylib";
+  EXPECT_TRUE(
+      IsFailure(CatchTokenException([] { TarnwellPkcs11Module(); }), -1, "Library PKCS11 not found in " + path));
+  EXPECT_EQ(LoadedPaths().size(), asked + 1);
+  EXPECT_EQ(LoadedPaths().back(), path);
+}
+
 TEST_F(TarnwellPkcs11ModuleTest, InitializesWithTheVendorsFlagsAndNothingElse) {
   const auto check = [](Call& call) {
     const auto* arguments = static_cast<const CK_C_INITIALIZE_ARGS*>(call.output);
