@@ -52,6 +52,13 @@ TEST_F(Tracing, IsOffAboveTheThreshold) {
   EXPECT_NE(m_logger.Enter("f.cc", 7, "f", LogLevel::Info), nullptr);
 }
 
+TEST_F(Tracing, LeavesItToTheSinkWhatBecomesOfASecretScope) {
+  m_logger.SetLevel(LogLevel::All);
+  m_logger.Enter("f.cc", 7, "f", LogLevel::Secret).reset();
+  EXPECT_EQ(m_sink->lines, (Lines{{LogLevel::Secret, "Entering function f at f.cc:7"},
+                                  {LogLevel::Secret, "Exiting function f at f.cc:7 normally"}}));
+}
+
 TEST(FuncScope, KeepsItsSinkAlive) {
   bool died = false;
   QELLog::Logger logger;

@@ -115,9 +115,11 @@ TEST_F(LoggerTest, AMessageOfAThresholdsLevelIsReportedAndDead) {
   m_logger.SetLevel(LogLevel::All);
   EXPECT_FALSE(m_logger.Dynamic(LogLevel::None).IsLive());
   EXPECT_FALSE(m_logger.Dynamic(LogLevel::All).IsLive());
+  EXPECT_EQ(m_logger.Enter("f.cc", 1, "f", LogLevel::None), nullptr);
   EXPECT_EQ(m_logger.Enter("f.cc", 1, "f", LogLevel::All), nullptr);
   EXPECT_EQ(m_sink->lines, (Lines{{LogLevel::Error, "Invalid LogLevel specified: 0. blanketLevelsValid: false"},
                                   {LogLevel::Error, "Invalid LogLevel specified: 7. blanketLevelsValid: false"},
+                                  {LogLevel::Error, "Invalid LogLevel specified: 0. blanketLevelsValid: false"},
                                   {LogLevel::Error, "Invalid LogLevel specified: 7. blanketLevelsValid: false"}}));
 }
 

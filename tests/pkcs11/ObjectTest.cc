@@ -1,5 +1,6 @@
 #include "pkcs11/Object.h"
 
+#include <cstddef>
 #include <functional>
 
 #include "tests/pkcs11/CardTest.h"
@@ -100,6 +101,16 @@ TEST_P(EveryBytesReader, TheBufferIsZeroBeforeTheLibraryFillsIt) {
   EXPECT_EQ(Read(), (ByteString{0, 0, 0, 0}));
 }
 
+TEST_P(EveryBytesReader, TheValueHasTheLengthOfTheFirstCallWhateverTheSecondReports) {
+  const auto reportLess = [](Call& call) {
+    EXPECT_EQ(call.attributes->ulValueLen, CK_ULONG{4});
+    *static_cast<CK_BYTE*>(call.attributes->pValue) = 1;
+    call.attributes->ulValueLen = 1;
+  };
+  ScriptedCard card({{"C_GetAttributeValue", CKR_OK, Length(4)}, {"C_GetAttributeValue", CKR_OK, reportLess}});
+  EXPECT_EQ(Read(), (ByteString{1, 0, 0, 0}));
+}
+
 TEST_P(EveryBytesReader, ARefusedLengthQueryIsLoggedAndThrown) {
   ScriptedCard card({{"C_GetAttributeValue", CKR_ATTRIBUTE_TYPE_INVALID}});
   EXPECT_TRUE(IsFailure(CatchTokenException([&] { Read(); }), -6, kCannotRead));
@@ -121,6 +132,14 @@ TEST_P(EveryBytesReader, ALengthThatTheLibraryDoesNotKnowIsAFailure) {
 }
 
 class ObjectTest : public CardTest {};
+
+TEST_F(ObjectTest, IsItsHandleThenItsSessionAndNothingElseOfWhateverKind) {
+  EXPECT_EQ(offsetof(PKCS11::Object, object), 0u);
+  EXPECT_EQ(offsetof(PKCS11::Object, session), sizeof(CK_OBJECT_HANDLE));
+  for (const size_t size : {sizeof(PKCS11::Object), sizeof(PKCS11::Certificate), sizeof(PKCS11::PublicKey)}) {
+    EXPECT_EQ(size, sizeof(CK_OBJECT_HANDLE) + sizeof(CK_SESSION_HANDLE));
+  }
+}
 
 TEST_F(ObjectTest, ALabelKeepsAZeroByteAndEverythingAfterIt) {
   const std::string label("a\0b ", 4);

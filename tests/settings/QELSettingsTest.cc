@@ -208,11 +208,22 @@ TEST_F(Settings, AUserFileWithAPathOf1024BytesIsSkippedSilently) {
 TEST_F(Settings, AReleasedInstanceFreesBothDictionaries) {
   UserFile("[A]\nB = 1\n");
   MachineFile("[A]\nC = 1\n");
-  EXPECT_EQ(Ask({"release"}), "0 of 2 left\n");
+  EXPECT_EQ(Ask({"release", "1"}), "0 of 2 left\n");
 }
 
 TEST_F(Settings, AReleasedInstanceWithoutFilesFreesNothing) {
-  EXPECT_EQ(Ask({"release"}), "0 of 0 left\n");
+  EXPECT_EQ(Ask({"release", "1"}), "0 of 0 left\n");
+}
+
+TEST_F(Settings, AnInstanceThatWasNeverLoadedFreesNothing) {
+  UserFile("[A]\nB = 1\n");
+  EXPECT_EQ(Ask({"release", "0"}), "0 of 0 left\n");
+}
+
+TEST_F(Settings, ASecondLoadReadsBothFilesAgainAndLeavesTheFirstDictionariesAlone) {
+  UserFile("[A]\nB = 1\n");
+  MachineFile("[A]\nC = 1\n");
+  EXPECT_EQ(Ask({"release", "2"}), "2 of 4 left\n");
 }
 
 }  // namespace

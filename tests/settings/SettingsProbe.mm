@@ -70,7 +70,7 @@ void Answer(const std::string &question, char **&argument) {
     puts(value ? [value UTF8String] : "nil");
   } else if (question == "release") {
     QELSettings *const own = [[QELSettings alloc] init];
-    [own loadSettings];
+    for (int loads = atoi(Take(argument)); loads > 0; --loads) [own loadSettings];
     const size_t loaded = g_live.size();
     [own release];
     printf("%zu of %zu left\n", g_live.size(), loaded);

@@ -56,6 +56,14 @@ TEST(InstalledInterface, WithoutACreateFunctionCountsAsNone) {
   EXPECT_EQ(InstalledInterface::Get().prefix, L"");
 }
 
+TEST(InstalledInterface, KeepsThePrefixWhenTheProviderChanges) {
+  RecordingProvider provider;
+  InstalledInterface::SetPrefix(L"P");
+  InstalledInterface::Install(nullptr);
+  RecordingProvider::Install(RecordingProvider::Interface());
+  EXPECT_EQ(InstalledInterface::Get().prefix, L"P");
+}
+
 TEST(InstalledInterface, MayChangeWhileClientsAreMade) {
   RecordingProvider provider;
   QEL_LogInterface silent = RecordingProvider::Interface();

@@ -6,6 +6,9 @@ namespace IconvSpy {
 /// Number of converters that are open now.
 int OpenConverters();
 
+/// Number of times that a converter was put into its initial state before anything was converted with it.
+int FreshStarts();
+
 /// Makes every conversion step of this thread fail with an error number for the lifetime of the object; the step that
 /// puts a converter into its initial state still works.
 class Failing {

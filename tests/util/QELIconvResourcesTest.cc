@@ -32,6 +32,12 @@ TEST(QELIconvResources, AConverterThatNeverHasRoomIsAnErrorAndNoEndlessLoop) {
             "iconv from encoding 'UTF-8' to 'UTF-32LE' failed with errno " + std::to_string(E2BIG));
 }
 
+TEST(QELIconvResources, AConverterIsPutIntoItsInitialStateOnceBeforeItConverts) {
+  const int before = IconvSpy::FreshStarts();
+  Convert<wchar_t, char>("a");
+  EXPECT_EQ(IconvSpy::FreshStarts(), before + 1);
+}
+
 TEST(QELIconvResources, ACharacterThatNeedsMoreThanTheBufferIsConvertedAllTheSame) {
   EXPECT_EQ((Convert<char, char>("\xBD", "ISO-8859-1", "ASCII//TRANSLIT")), " 1/2 ");
 }

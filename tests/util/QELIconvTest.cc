@@ -98,6 +98,10 @@ TEST(QELIconv, ALongInputIsConvertedThroughSeveralPassesOfTheBuffer) {
   EXPECT_TRUE((Convert<char, wchar_t>(wide, "", "UTF-8") == narrow));
 }
 
+TEST(QELIconv, TheShiftStateIsLeftAsItIsAtTheEnd) {
+  EXPECT_EQ((Convert<char, wchar_t>(L"a\u3042", "", "ISO-2022-JP")), "a\x1b$B$\"") << "no way back to ASCII";
+}
+
 TEST(QELIconv, AHandlerSeesTheRemainingLengthInBytesWhateverTheSourceType) {
   std::vector<size_t> seen;
   const QELIconv::ErrHandler<char16_t, char> note = [&](const char16_t*& position, size_t remaining) {

@@ -82,6 +82,14 @@ TEST(QELUtils, TimegmGivesTheKnownMoments) {
   EXPECT_EQ(QELUtils::timegm(Calendar(2024, 3, 5, 7, 8, 9)), 1709622489);
 }
 
+// Leap days before 1969 are rounded towards zero, so that days of 1968 and before come out a day late.
+TEST(QELUtils, TimegmDividesTowardsZeroBeforeTheEpoch) {
+  const ScopedTimeZone zone("UTC0");
+  EXPECT_EQ(QELUtils::timegm(Calendar(1969, 12, 31)), -kDay);
+  EXPECT_EQ(QELUtils::timegm(Calendar(1968, 1, 1)), -730 * kDay);
+  EXPECT_EQ(QELUtils::timegm(Calendar(1960, 1, 1)), (-10 * 365 - 2) * kDay);
+}
+
 TEST(QELUtils, TimegmSettlesFieldsOutOfRangeAndLeavesItsArgumentAlone) {
   const ScopedTimeZone zone("UTC0");
   const std::tm calendar = Calendar(2024, 2, 30, 25, 61, 61);
