@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #ifdef __OBJC__
 #import <Foundation/Foundation.h>
