@@ -5,9 +5,9 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "log/TokenLog.h"
+#include "tests/log/RecordingSink.h"
 #include "tests/tokenlog/RecordingProvider.h"
 
 namespace {
@@ -16,36 +16,26 @@ using QELLog::LogExitReason;
 using QELLog::LogLevel;
 using Scope = QELTok::QELLoggerImpl::FuncScope;
 
-class Collecting : public QELLog::LoggerImpl {
- public:
-  void Log(LogLevel level, const std::string& message) override {
-    if (failing) throw std::runtime_error("no line today");
-    lines.push_back(std::to_string(static_cast<int>(level)) + " " + message);
-  }
-  std::vector<std::string> lines;
-  bool failing = false;
-};
-
-using Lines = std::vector<std::string>;
-
 TEST(TokenFuncScope, WritesEnterAndExitAtItsLevel) {
-  const auto sink = std::make_shared<Collecting>();
+  const auto sink = std::make_shared<RecordingSink>();
   {
     const Scope scope("Sign", "Signing.mm", 12, sink, LogLevel::Info);
-    EXPECT_EQ(sink->lines, Lines{"4 Enter function Sign at Signing.mm:12"});
+    EXPECT_EQ(sink->lines, (Lines{{LogLevel::Info, "Enter function Sign at Signing.mm:12"}}));
   }
-  EXPECT_EQ(sink->lines,
-            (Lines{"4 Enter function Sign at Signing.mm:12", "4 Exit function Sign, entered at Signing.mm:12"}));
+  EXPECT_EQ(sink->lines, (Lines{{LogLevel::Info, "Enter function Sign at Signing.mm:12"},
+                                {LogLevel::Info, "Exit function Sign, entered at Signing.mm:12"}}));
 }
 
 TEST(TokenFuncScope, SaysWhenAnExceptionIsInFlight) {
-  const auto sink = std::make_shared<Collecting>();
+  const auto sink = std::make_shared<RecordingSink>();
   try {
     const Scope scope("Sign", "Signing.mm", 12, sink, LogLevel::Debug);
     throw 1;
   } catch (int) {
   }
-  EXPECT_EQ(sink->lines.back(), "5 Exit function Sign, entered at Signing.mm:12, while an exception is in flight");
+  EXPECT_EQ(sink->lines.back(),
+            (RecordingSink::Line{LogLevel::Debug,
+                                 "Exit function Sign, entered at Signing.mm:12, while an exception is in flight"}));
 }
 
 TEST(TokenFuncScope, HasATextForEachWayOut) {
@@ -55,23 +45,23 @@ TEST(TokenFuncScope, HasATextForEachWayOut) {
 }
 
 TEST(TokenFuncScope, KeepsItsSinkAlive) {
-  auto sink = std::make_shared<Collecting>();
-  const std::weak_ptr<Collecting> watched = sink;
-  auto scope = std::make_unique<Scope>("Sign", "Signing.mm", 12, sink, LogLevel::Debug);
-  sink.reset();
-  EXPECT_FALSE(watched.expired());
+  bool died = false;
+  auto scope =
+      std::make_unique<Scope>("Sign", "Signing.mm", 12, std::make_shared<RecordingSink>(&died), LogLevel::Debug);
+  EXPECT_FALSE(died);
   scope.reset();
-  EXPECT_TRUE(watched.expired());
+  EXPECT_TRUE(died);
 }
 
+struct SinkThatFailsOnExit : QELLog::LoggerImpl {
+  void Log(LogLevel, const std::string& text) override {
+    if (text.find("Exit") == 0) throw std::runtime_error("no line today");
+  }
+};
+
 TEST(TokenFuncScopeDeathTest, EndsTheProcessWhenItsExitCannotBeWritten) {
-  EXPECT_DEATH(
-      {
-        const auto sink = std::make_shared<Collecting>();
-        const Scope scope("Sign", "Signing.mm", 12, sink, LogLevel::Debug);
-        sink->failing = true;
-      },
-      "no line today");
+  EXPECT_DEATH(Scope("Sign", "Signing.mm", 12, std::make_shared<SinkThatFailsOnExit>(), LogLevel::Debug),
+               "no line today");
 }
 
 TEST(QELLoggerImpl, EntersWithItsOwnScope) {

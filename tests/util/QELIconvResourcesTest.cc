@@ -5,20 +5,12 @@
 
 #include "tests/support/CountedAllocations.h"
 #include "tests/util/IconvSpy.h"
+#include "tests/util/MessageOf.h"
 #include "util/QELIconv.h"
 
 namespace {
 
 using QELIconv::Convert;
-
-std::string MessageOf(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "nothing was thrown";
-}
 
 TEST(QELIconvResources, AnUnexpectedErrorIsNamedWithItsNumber) {
   const IconvSpy::Failing failing(EBADF);

@@ -2,20 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
+#include "tests/util/MessageOf.h"
 
 namespace {
 
 using QELIconv::Convert;
-
-std::string MessageOf(const std::function<void()>& body) {
-  try {
-    body();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "nothing was thrown";
-}
 
 /// Puts the default narrow encoding back.
 class DefaultEncoding : public ::testing::Test {
