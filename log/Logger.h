@@ -22,10 +22,12 @@ class Logger {
   std::shared_ptr<LoggerImpl> GetImpl() const;
   /// Returns what GetImpl returns.
   std::shared_ptr<LoggerImpl> GetImplMut();
+  /// Returns whether there is a sink.
   bool HasSetImpl() const;
 
   /// Sets the threshold, None and All included; an invalid one is logged and ignored.
   void SetLevel(LogLevel level);
+  /// Returns the threshold.
   LogLevel GetLevel() const { return m_level; }
 
   /// Traces a function: keep the result in a local until it returns. Empty when `level` is not admitted, is invalid
@@ -35,6 +37,7 @@ class Logger {
   /// Returns the stream of one message. Dead when `level` is not admitted, is Secret, is invalid (logged) or no sink is
   /// set.
   LogStream Dynamic(LogLevel level) const;
+  /// Return the stream of one message of this level; Secret's is dead at every threshold.
   LogStream Fatal() const;
   LogStream Error() const;
   LogStream Warning() const;

@@ -20,12 +20,14 @@ namespace QELLog {
 void SetLogger(LoggerImpl* impl);
 /// Installs `impl`, atomically; an empty pointer removes the sink.
 void SetLogger(std::shared_ptr<LoggerImpl> impl);
+/// Returns whether there is a sink.
 bool HasSetLogger();
 /// Returns the sink, empty when there is none.
 std::shared_ptr<LoggerImpl> GetLogger();
 
 /// Sets the threshold, None and All included; an invalid one is logged and ignored.
 void SetLevel(LogLevel level);
+/// Returns the threshold.
 LogLevel GetLevel();
 
 /// Traces a function, see Logger::Enter. `file` and `function` are not copied: pass literals.
@@ -33,6 +35,7 @@ std::unique_ptr<LoggerImpl::FuncScope> Enter(const char* file, int line, const c
 
 /// Returns the stream of one message of `level`, see Logger::Dynamic.
 LogStream Dynamic(LogLevel level);
+/// Return the stream of one message of this level.
 LogStream Fatal();
 LogStream Error();
 LogStream Warning();

@@ -21,6 +21,12 @@ std::string UserFilePath() {
   return user ? std::string(user->pw_dir) + kUserFile : std::string();
 }
 
+/// A section is an entry without a value in iniparser's dictionary, and its name may read like a key. Its number and
+/// text readers follow the null pointer.
+bool HasValue(const dictionary *file, const char *key) {
+  return iniparser_getstring(file, key, nullptr) != nullptr;
+}
+
 }  // namespace
 
 int log_iniparser_error(const char *format, ...) {
@@ -65,12 +71,6 @@ int log_iniparser_error(const char *format, ...) {
 /// missing.
 - (const dictionary *)fileFor:(const char *)key {
   return iniparser_find_entry(m_localIni, key) ? m_localIni : m_globalIni;
-}
-
-/// A section is an entry without a value in iniparser's dictionary, and its name may read like a key. Its number and
-/// text readers follow the null pointer.
-static BOOL HasValue(const dictionary *file, const char *key) {
-  return iniparser_getstring(file, key, nullptr) != nullptr;
 }
 
 - (int)getInt:(const char *)key notfound:(int)value {
