@@ -53,6 +53,7 @@ class CommandLine {
     m_app.add_flag("--sandbox", m_options.sandbox, "Keep the extension to the files that its entitlements allow");
     m_app.add_flag("--json", m_options.json, "Print for programs");
     m_app.add_flag("-v,--verbose", m_options.verbose, "Show each request to the extension and its outcome");
+    m_app.add_flag("--timing", m_options.timing, "Show where the time of each request went, call by call");
     m_app
         .add_option_function<int>(
             "--timeout", [this](int seconds) { m_options.timeout = std::chrono::seconds(seconds); },

@@ -15,6 +15,7 @@ struct Options {
   std::string reader;     ///< only this one; empty: all
   bool json = false;
   bool verbose = false;
+  bool timing = false;   ///< tell where the time of each request went
   bool sandbox = false;  ///< keep the extension to its entitlements
   std::chrono::seconds timeout{60};
 };

@@ -87,11 +87,12 @@ std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer) {
 }
 
 ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer,
-                                   Confinement confinement)
+                                   Confinement confinement, Stopwatch stopwatch)
     : m_bundle(bundle.has_filename() ? bundle : bundle.parent_path()),
       m_executable(m_bundle / "Contents/MacOS" / m_bundle.stem()),
       m_timeout(timeout),
       m_observer(std::move(observer)),
+      m_stopwatch(std::move(stopwatch)),
       m_confinement(confinement) {}
 
 ExtensionProcess::~ExtensionProcess() {

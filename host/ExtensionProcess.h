@@ -16,6 +16,10 @@ namespace Host {
 /// Receives a line for each request to the extension and one for its outcome; never a PIN.
 using Observer = std::function<void(const std::string& line)>;
 
+/// Receives how long each answer took: for the host, and of this for the extension's process.
+using Stopwatch =
+    std::function<void(const std::string& request, std::chrono::nanoseconds total, std::chrono::nanoseconds extension)>;
+
 /// What an observer is told about an answer.
 std::string OutcomeOf(const Wire::Answer<bool>& answer);
 std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer);
@@ -33,7 +37,7 @@ class ExtensionProcess {
  public:
   /// `bundle` is NAME.appex with the executable Contents/MacOS/NAME. `timeout` is how long one answer may take.
   ExtensionProcess(const std::filesystem::path& bundle, std::chrono::milliseconds timeout, Observer observer = {},
-                   Confinement confinement = Confinement::None);
+                   Confinement confinement = Confinement::None, Stopwatch stopwatch = {});
 
   /// Closes the socket and waits until the extension has left; ends it when it does not.
   ~ExtensionProcess();
@@ -60,7 +64,9 @@ class ExtensionProcess {
     Note("-> " + what);
     try {
       Wire::Client client(*m_channel);
+      const auto start = std::chrono::steady_clock::now();
       auto answer = request(client);
+      if (m_stopwatch) m_stopwatch(what, std::chrono::steady_clock::now() - start, m_channel->LastDuration());
       Note("<- " + OutcomeOf(answer));
       return answer;
     } catch (const Wire::ProtocolError& problem) {
@@ -79,6 +85,7 @@ class ExtensionProcess {
   std::filesystem::path m_bundle, m_executable;
   std::chrono::milliseconds m_timeout;
   Observer m_observer;
+  Stopwatch m_stopwatch;
   Confinement m_confinement;
   std::unique_ptr<Wire::Channel> m_channel;
   pid_t m_process = 0;

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "host/Timing.h"
+
 namespace Host {
 namespace {
 
@@ -9,11 +11,25 @@ void TellOnStandardError(const std::string& line) {
   std::fprintf(stderr, "%s\n", line.c_str());
 }
 
+double Milliseconds(std::chrono::nanoseconds time) {
+  return std::chrono::duration<double, std::milli>(time).count();
+}
+
+/// Shows every request's time on standard error, as a table or in JSON, a line each.
+Stopwatch TellTimes(bool json) {
+  const auto trace = std::make_shared<LibraryTrace>();
+  return [trace, json](const std::string& request, std::chrono::nanoseconds total, std::chrono::nanoseconds extension) {
+    const RequestTime time{request, Milliseconds(total), Milliseconds(extension), trace->NewCalls()};
+    std::fputs((json ? TimingJson(time) : TimingText(time)).c_str(), stderr);
+  };
+}
+
 }  // namespace
 
 ExtensionProcess MakeProcess(const Options& options) {
   return ExtensionProcess(options.extension, options.timeout, options.verbose ? TellOnStandardError : Observer(),
-                          options.sandbox ? Confinement::Entitlements : Confinement::None);
+                          options.sandbox ? Confinement::Entitlements : Confinement::None,
+                          options.timing ? TellTimes(options.json) : Stopwatch());
 }
 
 std::vector<Reader> ChosenReaders(const Options& options) {

@@ -89,6 +89,7 @@ Reply Channel::Call(const std::string& name, json arguments, Attachment attachme
   try {
     Reply reply;
     reply.ok = message->header.at("ok");
+    m_lastDuration = std::chrono::nanoseconds(message->header.value("nanoseconds", int64_t{0}));
     reply.attachment = std::move(message->attachment);
     if (reply.ok) {
       reply.result = message->header.at("result");

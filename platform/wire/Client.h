@@ -3,7 +3,8 @@
 /// A request's header is {"call": NAME, "arguments": {...}}. An answer's is {"ok": true, "result": {...}}, or
 /// {"ok": false, "error": ERROR} with ERROR null when the extension failed without an error object, else {"domain",
 /// "code", "description"}. Domain "NSException" stands for an exception that the extension raised, with the exception's
-/// name and reason as description; domain "Wire" for a request that the extension's process does not understand.
+/// name and reason as description; domain "Wire" for a request that the extension's process does not understand. Each
+/// answer may tell with "nanoseconds" how long the extension's process took for it.
 
 #pragma once
 
@@ -55,9 +56,13 @@ class Channel {
   /// Sends a request and waits for its answer. Throws ProtocolError, after which the channel is of no use.
   Reply Call(const std::string& name, nlohmann::json arguments = nlohmann::json::object(), Attachment attachment = {});
 
+  /// How long the extension's process took for the last answer, or 0 when it did not tell.
+  std::chrono::nanoseconds LastDuration() const { return m_lastDuration; }
+
  private:
   int m_socket;
   std::optional<std::chrono::milliseconds> m_timeout;
+  std::chrono::nanoseconds m_lastDuration{0};
 };
 
 /// Numbers as TKTokenOperation has them.

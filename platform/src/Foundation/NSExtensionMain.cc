@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -49,7 +50,10 @@ Wire::Message Answer(ExtensionServer& server, const Wire::Message& request) {
 void Serve(int socket) {
   ExtensionServer server(ExtensionBundle::OfThisProgram());
   while (const auto request = Wire::Receive(socket)) {
-    Wire::Send(socket, Answer(server, *request));
+    const auto start = std::chrono::steady_clock::now();
+    Wire::Message answer = Answer(server, *request);
+    answer.header["nanoseconds"] = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
+    Wire::Send(socket, answer);
   }
 }
 
