@@ -17,7 +17,8 @@ struct QEL_LogInterface {
   int (*isInfo)(HLOGGER logger);
   int (*isDebug)(HLOGGER logger);
 
-  // Write one message; an invalid handle writes nothing. Failures are never reported.
+  // Write one message; an invalid handle writes nothing. They have no result; whether they throw is the provider's
+  // to document.
   void (*fatal)(HLOGGER logger, const wchar_t* message);
   void (*error)(HLOGGER logger, const wchar_t* message);
   void (*warning)(HLOGGER logger, const wchar_t* message);
