@@ -32,7 +32,7 @@ class CommandLine {
     AddOptions();
     AddSimple("readers", "Show the readers", ShowReaders);
     AddSimple("list", "List the certificates and keys on the cards", ListItems);
-    AddSimple("watch", "Tell of tokens as cards come and go, until interrupted", Watch);
+    AddSimple("watch", "Show readers, tokens and items as cards come and go (q ends)", Watch);
     AddSign();
     AddDecrypt();
     AddAgree();

@@ -56,7 +56,9 @@ void Export(const Options& options, const ExportArguments& arguments);
 /// standard error. Throws Failure.
 void ShowLog(const Options& options, const LogArguments& arguments);
 
-/// Tells of tokens as cards come and go, until it is interrupted. A token that fails is told of and costs nothing else.
+/// Shows readers, tokens and items as cards come and go: redrawn in place on a terminal, a line for each event
+/// elsewhere and with --json. Ends when the user types q or a signal asks for it. A token that fails is told of and
+/// costs nothing else. Throws Failure.
 void Watch(const Options& options);
 
 }  // namespace Host

@@ -1,69 +1,156 @@
-#include <cstdio>
+#include <signal.h>
+#include <unistd.h>
+
 #include <map>
 
 #include "host/Commands.h"
+#include "host/Listing.h"
 #include "host/ReaderMonitor.h"
 #include "host/Service.h"
+#include "host/Signals.h"
+#include "host/WatchView.h"
 
 namespace Host {
 namespace {
 
-void Tell(const std::string& line) {
-  std::printf("%s\n", line.c_str());
-  std::fflush(stdout);
-}
+using State = WatchedReader::State;
 
-/// One reader: the token of its card, and which insertion the token stands for.
-class WatchedReader {
+/// Holds the token of each card from its insertion to its removal, as the smart-card service does.
+class Watcher {
  public:
-  void Follow(ExtensionProcess& process, const Reader& reader) {
-    const unsigned long insertion = reader.hasCard ? reader.insertions : 0;
-    if (insertion == m_insertion) return;
-    m_insertion = insertion;
-    try {
-      Remove();
-      if (insertion != 0) Insert(process, reader.name);
-    } catch (const Failure& failure) {
-      Tell("failed " + std::string(failure.what()));
+  Watcher(const Options& options, WatchView& view)
+      : m_only(options.reader), m_process(MakeProcess(options)), m_view(view) {}
+
+  void Follow(const ServiceReaders& found) {
+    FollowService(found.problem);
+    std::map<std::string, Reader> present;
+    for (const Reader& reader : found.readers)
+      if (m_only.empty() || reader.name == m_only) present[reader.name] = reader;
+    EndWhatIsGone(present);
+    m_state.readers.clear();
+    for (const Reader& reader : found.readers)
+      if (present.count(reader.name) != 0) m_state.readers.push_back(Follow(reader));
+    m_view.Show(m_state);
+    for (WatchedReader& reader : m_state.readers) {
+      if (reader.state != State::Reading) continue;
+      Read(reader);
+      m_view.Show(m_state);
     }
   }
 
+  /// Ends all tokens.
+  void End() {
+    for (auto& [name, followed] : m_followed) EndToken(followed);
+  }
+
  private:
-  void Insert(ExtensionProcess& process, const std::string& reader) {
-    m_token = std::make_unique<CardToken>(process, reader);
-    Tell("token " + m_token->InstanceID() + " of " + std::to_string(m_token->Items().size()) + " items in " + reader);
+  /// A reader as it was followed last.
+  struct Followed {
+    unsigned long insertion = 0;  ///< of the card in it; 0 without one
+    WatchedReader shown;
+    std::unique_ptr<CardToken> token;
+  };
+
+  static unsigned long InsertionOf(const Reader& reader) { return reader.hasCard ? reader.insertions : 0; }
+
+  void FollowService(const std::string& problem) {
+    if (problem == m_state.serviceProblem) return;
+    m_state.serviceProblem = problem;
+    const bool answers = problem.empty();
+    m_view.Tell({"service " + (answers ? "answers" : problem),
+                 {{"event", "service"}, {"answers", answers}, {"message", problem}}});
   }
 
-  void Remove() {
-    const std::unique_ptr<CardToken> token = std::move(m_token);
+  void EndWhatIsGone(const std::map<std::string, Reader>& present) {
+    for (auto followed = m_followed.begin(); followed != m_followed.end();) {
+      const auto now = present.find(followed->first);
+      const bool unplugged = now == present.end();
+      if (unplugged || InsertionOf(now->second) != followed->second.insertion) EndToken(followed->second);
+      if (unplugged) TellOfReader(followed->first, "gone");
+      followed = unplugged ? m_followed.erase(followed) : std::next(followed);
+    }
+  }
+
+  WatchedReader Follow(const Reader& reader) {
+    const bool isNew = m_followed.count(reader.name) == 0;
+    Followed& followed = m_followed[reader.name];
+    const unsigned long insertion = InsertionOf(reader);
+    if (!isNew && insertion == followed.insertion) return followed.shown;
+    followed.insertion = insertion;
+    followed.shown = {reader.name, reader.hasCard ? State::Reading : State::Empty, nullptr, ""};
+    TellOfReader(reader.name, reader.hasCard ? "card" : "empty");
+    return followed.shown;
+  }
+
+  void Read(WatchedReader& reader) {
+    Followed& followed = m_followed[reader.name];
+    try {
+      followed.token = std::make_unique<CardToken>(m_process, reader.name);
+      const CardToken& token = *followed.token;
+      reader.state = State::Token;
+      reader.token = TokenJson(reader.name, token.InstanceID(), token.Items());
+      m_view.Tell(
+          {"token " + token.InstanceID() + " of " + std::to_string(token.Items().size()) + " items in " + reader.name,
+           {{"event", "token"}, {"token", reader.token}}});
+    } catch (const Failure& failure) {
+      reader.state = State::Failed;
+      reader.problem = failure.what();
+      TellOfFailure(reader.name, failure);
+    }
+    followed.shown = reader;
+  }
+
+  void EndToken(Followed& followed) {
+    const std::unique_ptr<CardToken> token = std::move(followed.token);
     if (!token) return;
-    token->Terminate();
-    Tell("ended " + token->InstanceID());
+    try {
+      token->Terminate();
+      m_view.Tell({"ended " + token->InstanceID(),
+                   {{"event", "ended"}, {"reader", token->Reader()}, {"instanceID", token->InstanceID()}}});
+    } catch (const Failure& failure) {
+      TellOfFailure(token->Reader(), failure);
+    }
   }
 
-  std::unique_ptr<CardToken> m_token;
-  unsigned long m_insertion = 0;
+  void TellOfReader(const std::string& name, const char* state) {
+    m_view.Tell({"reader " + name + ": " + state, {{"event", "reader"}, {"reader", name}, {"state", state}}});
+  }
+
+  void TellOfFailure(const std::string& reader, const Failure& failure) {
+    m_view.Tell({std::string("failed ") + failure.what(),
+                 {{"event", "failed"}, {"reader", reader}, {"message", failure.what()}}});
+  }
+
+  std::string m_only;
+  ExtensionProcess m_process;
+  WatchView& m_view;
+  WatchState m_state;
+  std::map<std::string, Followed> m_followed;
 };
+
+/// Whether a signal came that ends the watch; a new size of the terminal does not.
+bool EndingSignalCame(int signals) {
+  bool ends = false;
+  for (char number; read(signals, &number, 1) == 1;) ends = ends || number != SIGWINCH;
+  return ends;
+}
 
 }  // namespace
 
 void Watch(const Options& options) {
-  ExtensionProcess process = MakeProcess(options);
-  std::map<std::string, WatchedReader> watched;
+  const int signals = SignalDescriptor({SIGINT, SIGTERM, SIGHUP, SIGWINCH});
   ReaderMonitor monitor;
-  Tell("watching");
-  std::string problem;
+  // What a verbose command tells on standard error would spoil the screen.
+  const std::unique_ptr<WatchView> view =
+      CanRedraw() && !options.json && !options.verbose ? MakeScreenView() : MakeLineView(options.json);
+  view->Tell({"watching", {{"event", "watching"}}});
+  Watcher watcher(options, *view);
   while (true) {
-    std::map<std::string, Reader> present;
-    for (const auto& [name, reader] : watched) present[name] = {name, false, 0};  // unplugged, unless named below
-    const ServiceReaders found = monitor.Readers();
-    if (found.problem != problem) Tell("service " + (found.problem.empty() ? "answers" : found.problem));
-    problem = found.problem;
-    for (const Reader& reader : found.readers)
-      if (options.reader.empty() || reader.name == options.reader) present[reader.name] = reader;
-    for (const auto& [name, reader] : present) watched[name].Follow(process, reader);
-    monitor.Wait();
+    watcher.Follow(monitor.Readers());
+    monitor.Wait({signals, view->Keys()});
+    if (EndingSignalCame(signals) || view->Ends()) break;
   }
+  watcher.End();
 }
 
 }  // namespace Host

@@ -3,8 +3,10 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -82,6 +84,19 @@ void RunningProgram::Type(const std::string& text) {
 
 void RunningProgram::Signal(int number) {
   kill(m_process, number);
+}
+
+void RunningProgram::Resize(unsigned short columns, unsigned short rows) {
+  winsize size = {};
+  size.ws_col = columns;
+  size.ws_row = rows;
+  if (ioctl(m_output, TIOCSWINSZ, &size) != 0) throw std::runtime_error("no terminal");
+}
+
+bool RunningProgram::Echoes() const {
+  termios settings = {};
+  if (tcgetattr(m_output, &settings) != 0) throw std::runtime_error("no terminal");
+  return (settings.c_lflag & ECHO) != 0;
 }
 
 std::optional<int> RunningProgram::Wait() {

@@ -33,6 +33,9 @@ class RunningProgram {
   /// Sends what a user types.
   void Type(const std::string& text);
   void Signal(int number);
+  /// For a terminal: gives it another size, and whether it echoes what is typed.
+  void Resize(unsigned short columns, unsigned short rows);
+  bool Echoes() const;
   pid_t Process() const { return m_process; }
 
   /// Waits for the end. Returns the exit status; nothing when a signal ended it.

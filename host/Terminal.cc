@@ -1,0 +1,81 @@
+#include "host/Terminal.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace Host {
+namespace {
+
+// Other screen, no cursor, no line wrap; and back.
+constexpr char kEnter[] = "\x1b[?1049h\x1b[?25l\x1b[?7l";
+constexpr char kLeave[] = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+
+void WriteAll(const std::string& text) {
+  for (size_t done = 0; done < text.size();) {
+    const ssize_t written = write(STDOUT_FILENO, text.data() + done, text.size() - done);
+    if (written < 0 && errno != EINTR) return;
+    if (written > 0) done += static_cast<size_t>(written);
+  }
+}
+
+bool IsSet(const char* variable) {
+  const char* const value = std::getenv(variable);
+  return value && *value != '\0';
+}
+
+}  // namespace
+
+bool CanRedraw() {
+  return isatty(STDOUT_FILENO) != 0 && IsSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
+}
+
+bool UsesColours() {
+  return !IsSet("NO_COLOR");
+}
+
+FullScreen::FullScreen() {
+  if (isatty(STDIN_FILENO) != 0 && tcgetattr(STDIN_FILENO, &m_before) == 0) {
+    m_keys = STDIN_FILENO;
+    termios typed = m_before;
+    typed.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    typed.c_cc[VSUSP] = _POSIX_VDISABLE;  // a shell behind a screen without cursor serves nobody
+    tcsetattr(m_keys, TCSANOW, &typed);
+  }
+  WriteAll(kEnter);
+}
+
+FullScreen::~FullScreen() {
+  WriteAll(kLeave);
+  if (m_keys >= 0) tcsetattr(m_keys, TCSAFLUSH, &m_before);
+}
+
+TerminalSize FullScreen::Size() const {
+  winsize size = {};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {};
+  return {size.ws_col, size.ws_row};
+}
+
+void FullScreen::Draw(const std::vector<std::string>& lines) const {
+  std::string text = "\x1b[H";
+  for (size_t i = 0; i < lines.size(); ++i) text += (i == 0 ? "" : "\r\n") + lines[i] + "\x1b[K";
+  WriteAll(text + "\x1b[J");
+}
+
+std::string FullScreen::Typed() const {
+  std::string typed;
+  pollfd waiting = {m_keys, POLLIN, 0};
+  char buffer[64];
+  while (m_keys >= 0 && poll(&waiting, 1, 0) > 0) {
+    const ssize_t got = read(m_keys, buffer, sizeof buffer);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return typed + '\4';
+    typed.append(buffer, static_cast<size_t>(got));
+  }
+  return typed;
+}
+
+}  // namespace Host

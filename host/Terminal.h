@@ -1,0 +1,43 @@
+#pragma once
+
+#include <termios.h>
+
+#include <string>
+#include <vector>
+
+namespace Host {
+
+/// Whether standard output is a terminal whose screen can be redrawn.
+bool CanRedraw();
+
+/// Whether to use colours on a terminal: unless NO_COLOR is set to anything.
+bool UsesColours();
+
+struct TerminalSize {
+  size_t columns = 80;
+  size_t rows = 24;
+};
+
+/// The terminal as a screen that is drawn as a whole. What it showed before is back when this object ends.
+class FullScreen {
+ public:
+  FullScreen();
+  ~FullScreen();
+  FullScreen(const FullScreen&) = delete;
+  FullScreen& operator=(const FullScreen&) = delete;
+
+  TerminalSize Size() const;
+  /// Replaces what is shown. No line may be longer than the terminal's; there may be no more than its rows.
+  void Draw(const std::vector<std::string>& lines) const;
+
+  /// Readable when the user typed; -1 when standard input is no terminal.
+  int Keys() const { return m_keys; }
+  /// What was typed; does not wait. Ends with '\4' (Ctrl-D) when no more can come.
+  std::string Typed() const;
+
+ private:
+  int m_keys = -1;
+  termios m_before = {};
+};
+
+}  // namespace Host

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "host/WatchView.h"
+
+namespace {
+
+using Host::ScreenLines;
+using Host::WatchedReader;
+using nlohmann::json;
+using Lines = std::vector<std::string>;
+
+json Key(const std::string& label) {
+  return {{"kind", "key"},
+          {"objectID", "1203"},
+          {"label", label},
+          {"keyType", "EC P-256"},
+          {"capabilities", {"sign", "decrypt", "agree", "login"}}};
+}
+
+json Certificate(const std::string& label) {
+  return {{"kind", "certificate"}, {"objectID", "1103"}, {"label", label}};
+}
+
+json Token(const json& items) {
+  return {{"instanceID", "QEL-1"}, {"items", items}};
+}
+
+Host::WatchState OneToken(size_t items) {
+  json all = json::array();
+  for (size_t i = 0; i < items; ++i) all.push_back(Key("A key whose label is longer than what a row has for it"));
+  return {{{"A reader whose name nobody but its maker would call short, with a contact and an antenna",
+            WatchedReader::State::Token, Token(all), ""},
+           {"Broken", WatchedReader::State::Failed, nullptr,
+            "no token for the card in reader \"Broken\" (TKErrorDomain -8); is it a card of this maker?"}},
+          "the smart-card service (pcscd) does not run; start it to use real readers"};
+}
+
+const Lines kRecent = {"12:00:00  watching", "12:00:01  token QEL-1 of 4 items in Broken", "12:00:02  ended QEL-1"};
+
+TEST(WatchScreen, ShowsReadersTokensAndItemsInEightyColumns) {
+  const Host::WatchState state = {
+      {{"First", WatchedReader::State::Token, Token({Certificate("Mine"), Key("Signature key")}), ""},
+       {"Second", WatchedReader::State::Empty, nullptr, ""},
+       {"Third", WatchedReader::State::Reading, nullptr, ""}},
+      ""};
+  const auto row = [](std::string name, const char* reader) { return name.append(72 - name.size(), ' ') + reader; };
+  EXPECT_EQ(ScreenLines(state, {}, {80, 24}, false),
+            (Lines{"Readers and the tokens of their cards (q ends)", "", row("First", "card"), "  QEL-1, 2 items",
+                   "  certificate Mine                                      ",
+                   "  key         Signature key                    EC P-256 sign decrypt agree login", "",
+                   row("Second", "empty"), "", row("Third", "reading")}));
+}
+
+TEST(WatchScreen, TellsOfTheServiceAndOfACardWithoutAToken) {
+  const Lines lines = ScreenLines(OneToken(0), {}, {80, 24}, false);
+  EXPECT_EQ(lines[1], "  the smart-card service (pcscd) does not run; start it to use real readers");
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "  this maker?"), lines.end());
+}
+
+TEST(WatchScreen, SaysWhatToDoWithoutAReader) {
+  EXPECT_EQ(Host::ScreenLines({}, {}, {80, 24}, false)[1],
+            "  no reader; plug one in, or make a soft one with 'softcard init'");
+}
+
+TEST(WatchScreen, ShowsTheLastEventsBelow) {
+  const Lines lines = ScreenLines(OneToken(1), kRecent, {80, 24}, false);
+  EXPECT_EQ(lines.back(), kRecent.back());
+}
+
+TEST(WatchScreen, FitsEveryWindow) {
+  for (size_t columns = 20; columns <= 200; columns += 9) {
+    for (size_t rows = 1; rows <= 40; ++rows) {
+      const Lines lines = ScreenLines(OneToken(12), kRecent, {columns, rows}, false);
+      ASSERT_LE(lines.size(), rows);
+      for (const std::string& line : lines) ASSERT_LE(line.size(), columns) << line;
+    }
+  }
+}
+
+TEST(WatchScreen, SaysHowManyLinesASmallWindowHides) {
+  const size_t all = ScreenLines(OneToken(12), {}, {80, 100}, false).size();
+  const Lines lines = ScreenLines(OneToken(12), {}, {80, 10}, false);
+  EXPECT_EQ(lines.back(), "... " + std::to_string(all - 9) + " more lines; make the window taller");
+}
+
+TEST(WatchScreen, HasColoursOnlyWhenTheyAreWanted) {
+  const auto isColoured = [](const std::string& line) { return line.find('\x1b') != std::string::npos; };
+  const Lines coloured = ScreenLines(OneToken(2), kRecent, {80, 24}, true);
+  const Lines plain = ScreenLines(OneToken(2), kRecent, {80, 24}, false);
+  EXPECT_TRUE(std::any_of(coloured.begin(), coloured.end(), isColoured));
+  EXPECT_FALSE(std::any_of(plain.begin(), plain.end(), isColoured));
+}
+
+TEST(WatchScreen, NeutralizesWhatACardPutsIntoALabel) {
+  const Host::WatchState state = {
+      {{"First", WatchedReader::State::Token, Token(json::array({Key("\x1b[2Jgone")})), ""}}, ""};
+  for (const std::string& line : ScreenLines(state, {}, {80, 24}, false))
+    EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+}
+
+}  // namespace
