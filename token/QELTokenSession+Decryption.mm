@@ -23,7 +23,7 @@
   if (![self prepareKey:keyID handle:&key error:error]) return nil;
 
   CK_MECHANISM mechanism = {CKM_RSA_PKCS, nullptr, 0};
-  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  const CK_SESSION_HANDLE session = [m_currentPair hSession];
   if (!CardCallSucceeded("C_DecryptInit", PKCS11::Functions()->C_DecryptInit(session, &mechanism, key), error)) {
     return nil;
   }

@@ -40,7 +40,7 @@
   // Without a derivation function the card chooses the length: the last attribute is left out.
   const CK_ULONG count = derivation.HasFunction() ? std::size(attributes) : std::size(attributes) - 1;
 
-  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  const CK_SESSION_HANDLE session = [m_currentPair hSession];
   CK_OBJECT_HANDLE derivedKey = CK_INVALID_HANDLE;
   const CK_RV rv = CallWithPinPadDialog(self, [&] {
     return PKCS11::Functions()->C_DeriveKey(session, derivation.Mechanism(), key, attributes, count, &derivedKey);
@@ -52,9 +52,7 @@
 
 - (nullable NSData *)valueOfDerivedKey:(CK_OBJECT_HANDLE)key error:(NSError **)error {
   CK_ATTRIBUTE value = {CKA_VALUE, nullptr, 0};
-  const auto read = [&] {
-    return PKCS11::Functions()->C_GetAttributeValue([[self hCurrentPair] hSession], key, &value, 1);
-  };
+  const auto read = [&] { return PKCS11::Functions()->C_GetAttributeValue([m_currentPair hSession], key, &value, 1); };
   if (!CardCallSucceeded("C_GetAttributeValue", read(), error)) return nil;
   CardOutput output("C_GetAttributeValue", value.ulValueLen);
   if (!output.IsUsable()) return nil;

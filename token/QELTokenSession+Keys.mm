@@ -11,9 +11,9 @@
 - (void)selectPairByKeyID:(NSData *)keyID {
   const CK_BYTE prefix = PrefixOfObjectID(keyID);
   if ((prefix & kFirstSlotBit) != 0) {
-    [self setHCurrentPair:[[self hSlotSessionPairs] objectAtIndex:0]];
+    [self setHCurrentPair:[m_pairs objectAtIndex:0]];
   } else if ((prefix & kLaterSlotBit) != 0) {
-    [self setHCurrentPair:[[self hSlotSessionPairs] objectAtIndex:1]];
+    [self setHCurrentPair:[m_pairs objectAtIndex:1]];
   }
 }
 
@@ -24,13 +24,13 @@
       {CKA_CLASS, &objectClass, sizeof objectClass},
       {CKA_ID, cardID.data(), cardID.size()},
   };
-  const auto keys = PKCS11::FindObjects([[self hCurrentPair] hSession], attributes, std::size(attributes));
+  const auto keys = PKCS11::FindObjects([m_currentPair hSession], attributes, std::size(attributes));
   if (keys.empty()) throw QELTokenException(QELTokenError::KeyLookup, "Private key not found");
   return keys.front();
 }
 
 - (BOOL)isUserLoggedIn {
-  return PKCS11::IsUserLoggedIn([[self hCurrentPair] hSession]);
+  return PKCS11::IsUserLoggedIn([m_currentPair hSession]);
 }
 
 - (BOOL)prepareKey:(NSData *)keyID handle:(CK_OBJECT_HANDLE *)handle error:(NSError **)error {

@@ -34,7 +34,7 @@
   if (![self prepareKey:keyID handle:&key error:error]) return nil;
 
   SigningMechanism mechanism(algorithm);
-  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  const CK_SESSION_HANDLE session = [m_currentPair hSession];
   if (!CardCallSucceeded("C_SignInit", PKCS11::Functions()->C_SignInit(session, mechanism.Get(), key), error)) {
     return nil;
   }
@@ -59,7 +59,7 @@
 
 /// The result keeps the length that the size query announced, whatever the signing call writes back.
 - (nullable NSMutableData *)signatureOfBytes:(const CK_BYTE *)bytes length:(CK_ULONG)length error:(NSError **)error {
-  const CK_SESSION_HANDLE session = [[self hCurrentPair] hSession];
+  const CK_SESSION_HANDLE session = [m_currentPair hSession];
   auto *input = const_cast<CK_BYTE *>(bytes);
   const auto sign = [&](CK_BYTE *signature, CK_ULONG *signatureLength) {
     return PKCS11::Functions()->C_Sign(session, input, length, signature, signatureLength);
