@@ -39,6 +39,7 @@ class CommandLine {
     AddExport();
     AddAgent();
     AddLog();
+    AddSupport();
   }
 
   CLI::App& App() { return m_app; }
@@ -129,6 +130,13 @@ class CommandLine {
     command->callback([this] { ShowLog(m_options, m_log); });
   }
 
+  void AddSupport() {
+    CLI::App* command = m_app.add_subcommand("support", "Collect what a help desk asks for; no PIN is needed");
+    command->add_option("--out", m_support.out, "Write the report there, after it was shown")->type_name("FILE");
+    command->add_flag("--yes", m_support.yes, "Write it without asking");
+    command->callback([this] { Support(m_options, m_support); });
+  }
+
   static CLI::Option* AddText(CLI::App* command, const char* name, std::string& value, const char* type,
                               const char* help) {
     return command->add_option(name, value, help)->type_name(type)->required();
@@ -142,6 +150,7 @@ class CommandLine {
   ExportArguments m_export;
   AgentArguments m_agent;
   LogArguments m_log;
+  SupportArguments m_support;
 };
 
 }  // namespace

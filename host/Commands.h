@@ -38,6 +38,11 @@ struct ExportArguments {
   std::string certificate, out;
 };
 
+struct SupportArguments {
+  std::string out;   ///< file; empty: none
+  bool yes = false;  ///< write it without asking
+};
+
 struct LogArguments {
   size_t lines = 20;      ///< of the token log that is there already
   bool follow = true;     ///< until interrupted
@@ -55,6 +60,10 @@ void Export(const Options& options, const ExportArguments& arguments);
 /// Prints the token log and the extension's lines of the system log. What is missing and how to turn it on goes to
 /// standard error. Throws Failure.
 void ShowLog(const Options& options, const LogArguments& arguments);
+
+/// Collects what a help desk asks for, shows it, and writes it when the user agrees. What fails meanwhile is part of
+/// the report. Throws Failure.
+void Support(const Options& options, const SupportArguments& arguments);
 
 /// Shows readers, tokens and items as cards come and go: redrawn in place on a terminal, a line for each event
 /// elsewhere and with --json. Ends when the user types q or a signal asks for it. A token that fails is told of and

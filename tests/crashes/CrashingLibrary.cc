@@ -59,6 +59,7 @@ extern "C" CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
   if (s_real == nullptr) return CKR_GENERAL_ERROR;
   s_list = *s_real;
   Watched<&CK_FUNCTION_LIST::C_Initialize>::Install("C_Initialize");
+  Watched<&CK_FUNCTION_LIST::C_GetInfo>::Install("C_GetInfo");
   Watched<&CK_FUNCTION_LIST::C_GetSlotList>::Install("C_GetSlotList");
   Watched<&CK_FUNCTION_LIST::C_OpenSession>::Install("C_OpenSession");
   Watched<&CK_FUNCTION_LIST::C_FindObjects>::Install("C_FindObjects");

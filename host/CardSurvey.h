@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace Host {
+
+/// A certificate of a card, as far as publishing it depends on it.
+struct SurveyedCertificate {
+  std::string identifier;      ///< CKA_ID in hexadecimal
+  std::string label;           ///< bytes, whatever they are
+  std::string value;           ///< DER, or what the card has instead
+  unsigned long category = 0;  ///< CKA_CERTIFICATE_CATEGORY
+  bool hasPublicKey = false;   ///< a public key has the same identifier
+};
+
+/// What the extension does with it: "published with its key", or what it leaves out and why.
+std::string FateOf(const SurveyedCertificate& certificate);
+
+/// Asks the PKCS#11 library `path`, in a process of its own, for its version, its slots and the objects that it shows
+/// without a login, and tells what becomes of each. A library that fails or crashes is told of; nothing is thrown.
+std::string CardSurvey(const std::string& path);
+
+}  // namespace Host

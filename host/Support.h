@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace Host {
+
+/// The failing PKCS#11 call of a line of the token log, with the symbolic name of what it returned:
+/// "C_SignInit => CKR_KEY_HANDLE_INVALID". Empty when the line tells of none.
+std::string FailingCallIn(const std::string& logLine);
+
+/// The report without the user's home folder and the computer's name.
+std::string WithoutThePerson(std::string report);
+
+}  // namespace Host
