@@ -51,7 +51,8 @@ class CommandLine {
     m_app.add_option("--pin-file", m_options.pinFile, "Take the PIN from FILE's first line ('-': standard input)")
         ->type_name("FILE");
     m_app.add_option("--reader", m_options.reader, "Only the card in this reader")->type_name("NAME");
-    m_app.add_flag("--sandbox", m_options.sandbox, "Keep the extension to the files that its entitlements allow");
+    m_app.add_flag("!--no-sandbox", m_options.sandbox,
+                   "Let the extension open other files than its entitlements allow");
     m_app.add_flag("--json", m_options.json, "Print for programs");
     m_app.add_flag("-v,--verbose", m_options.verbose, "Show each request to the extension and its outcome");
     m_app.add_flag("--timing", m_options.timing, "Show where the time of each request went, call by call");

@@ -15,8 +15,8 @@ struct Options {
   std::string reader;     ///< only this one; empty: all
   bool json = false;
   bool verbose = false;
-  bool timing = false;   ///< tell where the time of each request went
-  bool sandbox = false;  ///< keep the extension to its entitlements
+  bool timing = false;  ///< tell where the time of each request went
+  bool sandbox = true;  ///< keep the extension to its entitlements, where the kernel can
   std::chrono::seconds timeout{60};
 };
 

@@ -56,14 +56,8 @@ bool EndedWithin(pid_t process, milliseconds patience, int* status) {
 }
 
 /// The result of `spawn`, done in a thread of its own: what confines that thread confines what it starts, and nobody
-/// else. Without Landlock, in this thread.
+/// else.
 int Confined(const std::vector<SandboxRule>& rules, const std::function<int()>& spawn) {
-  if (rules.empty() || !Sandbox::IsAvailable()) {
-    static const bool told =
-        std::fputs("ctkhost: no sandbox: the kernel has no Landlock or the bundle no entitlements\n", stderr) >= 0;
-    (void)told;
-    return spawn();
-  }
   const Sandbox sandbox(rules);
   int result = EPERM;
   std::thread([&] { result = sandbox.Enter() ? spawn() : EPERM; }).join();
@@ -137,7 +131,8 @@ void ExtensionProcess::Spawn() {
     return posix_spawn(&m_process, program.c_str(), descriptors.Actions(), nullptr, const_cast<char* const*>(arguments),
                        environment.data());
   };
-  const int result = m_confinement == Confinement::None ? spawn() : Confined(RulesFor(m_bundle), spawn);
+  const std::vector<SandboxRule> rules = SandboxRules();
+  const int result = rules.empty() ? spawn() : Confined(rules, spawn);
   close(sockets[1]);
   if (result != 0) {
     m_channel.reset();
@@ -145,6 +140,19 @@ void ExtensionProcess::Spawn() {
     throw Failure(ExitStatus::Failed, "the extension cannot be started: " + program + ": " + std::strerror(result) +
                                           "; --extension names its bundle");
   }
+}
+
+/// The rules in force; none when the extension is not kept to any. Observers are told which, or why none.
+std::vector<SandboxRule> ExtensionProcess::SandboxRules() const {
+  if (m_confinement == Confinement::None) return {};
+  std::vector<SandboxRule> rules = RulesFor(m_bundle);
+  if (rules.empty()) Note("no sandbox: the bundle has no entitlements");
+  if (!rules.empty() && !Sandbox::IsAvailable()) {
+    Note("no sandbox: this kernel has no Landlock");
+    return {};
+  }
+  for (const SandboxRule& rule : rules) Note("sandbox: " + Describe(rule));
+  return rules;
 }
 
 void ExtensionProcess::Greet() {

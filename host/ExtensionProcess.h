@@ -7,8 +7,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "host/Failure.h"
+#include "host/Sandbox.h"
 #include "platform/wire/Client.h"
 
 namespace Host {
@@ -76,6 +78,7 @@ class ExtensionProcess {
 
   void Start();
   void Spawn();
+  std::vector<SandboxRule> SandboxRules() const;
   void Greet();
   void Note(const std::string& line) const;
   Failure Lost(const std::string& what, const Wire::ProtocolError& problem);

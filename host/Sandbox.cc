@@ -98,6 +98,13 @@ void AddSoftCard(std::vector<SandboxRule>* rules) {
 
 }  // namespace
 
+std::string Describe(const SandboxRule& rule) {
+  const char* const verb = rule.access == Access::Read         ? "may read "
+                           : rule.access == Access::ReadAndRun ? "may read and run "
+                                                               : "may change ";
+  return verb + rule.path.string();
+}
+
 std::vector<fs::path> ReadOnlyExceptions(const std::string& text, const fs::path& library, const fs::path& home) {
   std::vector<fs::path> paths;
   for (const std::string& path : StringsOf(text, std::string(kException) + "absolute-path.read-only")) {

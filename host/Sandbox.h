@@ -16,6 +16,9 @@ struct SandboxRule {
   Access access;
 };
 
+/// "may read and run /usr".
+std::string Describe(const SandboxRule& rule);
+
 /// The paths that the entitlements in the property list `text` except from the sandbox for reading. Absolute ones below
 /// /Library stand below `library`, those relative to the user's home below `home`.
 std::vector<std::filesystem::path> ReadOnlyExceptions(const std::string& text, const std::filesystem::path& library,

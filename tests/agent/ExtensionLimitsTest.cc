@@ -60,14 +60,27 @@ TEST_F(ExtensionLimits, ItInheritsNoDescriptorButItsSocket) {
 
 class ExtensionSandbox : public ExtensionLimits {
  protected:
-  ExtensionSandbox() : ExtensionLimits({"--sandbox"}) {}
+  ExtensionSandbox() : ExtensionLimits({"--verbose"}) {}
 };
 
 TEST_F(ExtensionSandbox, LetsTheCardSignAndGivesNoPrivilegesBack) {
   EXPECT_TRUE(IsSigned(AgentClient(agent.Socket()).Ask(SignRequest(agent.KeyBlobs().at(0), "data", 0))));
   EXPECT_NE(agent.Card().Text("trace").find(" C_Sign("), std::string::npos);
-  if (agent.Process().Log().find("no sandbox") != std::string::npos) GTEST_SKIP() << "this kernel has no Landlock";
+  const std::string log = agent.Process().Log();
+  if (log.find("no sandbox: this kernel has no Landlock\n") != std::string::npos)
+    GTEST_SKIP() << "this kernel has no Landlock";
+  EXPECT_NE(log.find("sandbox: may change " + agent.Card().Path("cards") + "\n"), std::string::npos) << log;
   EXPECT_NE(Contents(Of("status")).find("NoNewPrivs:\t1\n"), std::string::npos);
+}
+
+class WithoutSandbox : public ExtensionLimits {
+ protected:
+  WithoutSandbox() : ExtensionLimits({"--verbose", "--no-sandbox"}) {}
+};
+
+TEST_F(WithoutSandbox, TheExtensionIsConfinedByNothing) {
+  EXPECT_EQ(agent.Process().Log().find("sandbox: may"), std::string::npos);
+  EXPECT_NE(Contents(Of("status")).find("NoNewPrivs:\t0\n"), std::string::npos);
 }
 
 }  // namespace
