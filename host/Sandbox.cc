@@ -128,6 +128,9 @@ std::vector<SandboxRule> RulesFor(const fs::path& bundle) {
     rules.push_back({path, Access::Read});
   rules.push_back({TokenLogPath().parent_path(), Access::Change});
   AddSoftCard(&rules);
+  // A build that measures coverage writes what it counted when it ends.
+  if (const char* profiles = std::getenv("LLVM_PROFILE_FILE"))
+    rules.push_back({fs::path(profiles).parent_path(), Access::Change});
   return rules;
 }
 
