@@ -16,7 +16,7 @@ NS_ASSUME_NONNULL_BEGIN
 /// waits for the card.
 @interface QELTokenSession : TKSmartCardTokenSession <TKTokenSessionDelegate> {
   NSMutableArray<SlotSessionPair *> *m_pairs;
-  SlotSessionPair *m_currentPair;
+  SlotSessionPair *m_currentPair;  // one of m_pairs, which keeps it alive: operations read it without the property
   BOOL m_isPinPad;
 }
 
