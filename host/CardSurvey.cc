@@ -186,6 +186,10 @@ void WriteSurvey(const std::string& path, FILE* output) {
   std::fflush(output);
 }
 
+bool IsConfined(const std::vector<SandboxRule>& rules) {
+  return rules.empty() || Sandbox(rules).Enter();
+}
+
 }  // namespace
 
 std::string FateOf(const SurveyedCertificate& certificate) {
@@ -197,14 +201,15 @@ std::string FateOf(const SurveyedCertificate& certificate) {
   return "published with its key";
 }
 
-std::string CardSurvey(const std::string& path) {
+std::string CardSurvey(const std::string& path, const std::vector<SandboxRule>& rules) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return "  not asked: no pipe\n";
   const pid_t child = fork();
   if (child < 0) return "  not asked: no process\n";
   if (child == 0) {
     alarm(kPatienceSeconds);
-    WriteSurvey(path, fdopen(ends[1], "w"));
+    FILE* const output = fdopen(ends[1], "w");
+    if (IsConfined(rules)) WriteSurvey(path, output);
     _exit(0);
   }
   close(ends[1]);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "host/Sandbox.h"
 
 namespace Host {
 
@@ -18,6 +21,7 @@ std::string FateOf(const SurveyedCertificate& certificate);
 
 /// Asks the PKCS#11 library `path`, in a process of its own, for its version, its slots and the objects that it shows
 /// without a login, and tells what becomes of each. A library that fails or crashes is told of; nothing is thrown.
-std::string CardSurvey(const std::string& path);
+/// The process is kept to `rules`, unless there are none.
+std::string CardSurvey(const std::string& path, const std::vector<SandboxRule>& rules);
 
 }  // namespace Host

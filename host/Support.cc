@@ -68,7 +68,7 @@ std::string ReadersSection() {
   }
 }
 
-/// The items of every card's token. Certificates and names of people are on them, so only what identifies a problem.
+/// The items of every card's token, with their labels: names of people may be among them.
 std::string Published(const Options& options, ExtensionProcess& process) {
   try {
     std::string text;
@@ -101,7 +101,17 @@ std::string LastFailingCall(const std::vector<LibraryCall>& calls, const std::ve
   return text;
 }
 
-std::string Report(Options options) {
+/// What confines the extension confines the library here, too.
+std::vector<SandboxRule> RulesOf(const Options& options) {
+  if (!options.sandbox || !Sandbox::IsAvailable()) return {};
+  try {
+    return RulesFor(options.extension);
+  } catch (const Failure&) {
+    return {};  // soft cards that are not known: the readers' section says so
+  }
+}
+
+std::string Report(const Options& options) {
   LibraryTrace trace;
   std::string published;
   {
@@ -111,12 +121,12 @@ std::string Report(Options options) {
   const std::vector<LibraryCall> calls = trace.NewCalls();
   const std::vector<std::string> log = TokenLogLines();
   std::string logText;
-  for (const std::string& line : log) logText += "  " + line + "\n";
+  for (const std::string& line : log) logText += "  " + WithoutSecrets(line) + "\n";
   if (log.empty()) logText = "  " + TokenLogPath().string() + " is missing or empty; 'ctkhost log' says why\n";
   const std::string library = options.extension + "/Contents/Frameworks/libQELTarnwellPkcs11.dylib";
   return Section("Versions", Versions(options)) + Section("Settings", Settings()) +
          Section("Readers", ReadersSection()) + Section("Published items", published) +
-         Section("Library, slots and objects, seen without a login", CardSurvey(library)) +
+         Section("Library, slots and objects, seen without a login", CardSurvey(library, RulesOf(options))) +
          Section("Last failing call", LastFailingCall(calls, log)) + Section("End of the token log", logText);
 }
 
@@ -141,6 +151,13 @@ std::string FailingCallIn(const std::string& logLine) {
   std::smatch call;
   if (!std::regex_search(logLine, call, pattern)) return {};
   return call[1].str() + " => " + SoftCard::ResultName(std::stoul(call[2].str(), nullptr, 16));
+}
+
+std::string WithoutSecrets(const std::string& logLine) {
+  static const std::regex named("\\b(pin|puk|password|passphrase|secret)\\b([^A-Za-z0-9]*[:= ][^A-Za-z0-9]*)\\S+",
+                                std::regex::icase);
+  static const std::regex digits("[0-9A-Fa-f]{32,}");
+  return std::regex_replace(std::regex_replace(logLine, named, "$1$2(removed)"), digits, "(removed)");
 }
 
 std::string WithoutThePerson(std::string report) {

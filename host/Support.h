@@ -8,6 +8,10 @@ namespace Host {
 /// "C_SignInit => CKR_KEY_HANDLE_INVALID". Empty when the line tells of none.
 std::string FailingCallIn(const std::string& logLine);
 
+/// A line of a log without what may be secret: what stands behind a word such as PIN, and long runs of hexadecimal
+/// digits. Nothing of ours logs any; a library or a settings file of somebody else's may.
+std::string WithoutSecrets(const std::string& logLine);
+
 /// The report without the user's home folder and the computer's name.
 std::string WithoutThePerson(std::string report);
 

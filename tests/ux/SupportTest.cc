@@ -7,6 +7,7 @@
 #include "host/CardSurvey.h"
 #include "tests/integration/RealCard.h"
 #include "tests/support/TestCertificates.h"
+#include "tests/ux/UserHome.h"
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -26,6 +27,23 @@ TEST(FailingCall, IsNamedWithItsReturnValue) {
       {"", ""},
   };
   for (const auto& row : kRows) EXPECT_EQ(Host::FailingCallIn(row.line), row.call) << row.line;
+}
+
+TEST(Secrets, AreTakenOutOfALineOfTheLog) {
+  const struct {
+    const char* line;
+    const char* shown;
+  } kRows[] = {
+      {"C_Login PIN=739154 refused", "C_Login PIN=(removed) refused"},
+      {"pin: 739154", "pin: (removed)"},
+      {"Password \"geheim\"", "Password \"(removed)"},
+      {"value 00112233445566778899aabbccddeeff0011", "value (removed)"},
+      {"C_SignInit() => 0x00000060 of 1201", "C_SignInit() => 0x00000060 of 1201"},
+      {"C_Login rv = 160", "C_Login rv = 160"},
+      {"spinning 12", "spinning 12"},
+      {"", ""},
+  };
+  for (const auto& row : kRows) EXPECT_EQ(Host::WithoutSecrets(row.line), row.shown) << row.line;
 }
 
 TEST(FateOfACertificate, IsToldWithTheFirstReasonThatKeepsItBack) {
@@ -61,11 +79,14 @@ TEST(Support, TellsOfVersionsSettingsReadersItemsAndWhatIsSkipped) {
 
 TEST(Support, HoldsNeitherThePinNorTheHomeFolder) {
   const RealCard card({"--key", "p256"});
-  card.Write("home/Documents/QELToken.log", "made in " + card.Path("home") + "\nC_Login() => 0x000000A0\n");
-  const ChildResult result = card.Host({"support"});
+  card.Write("home/Documents/QELToken.log",
+             "made in " + card.Path("home") + "\nC_Login() => 0x000000A0\nPIN=" + RealCard::Pin() + "\n");
+  ChildEnvironment environment = card.Environment();
+  environment["QEL_MY_PIN"] = RealCard::Pin();
+  const ChildResult result = RunChild(QEL_CTKHOST, {"support"}, environment);
   EXPECT_THAT(result.output,
-              AllOf(Not(HasSubstr(RealCard::Pin())), Not(HasSubstr(card.Path("home"))), HasSubstr("made in ~\n"),
-                    HasSubstr("in the token log: C_Login => CKR_PIN_INCORRECT\n")));
+              AllOf(HasSubstr("PIN=(removed)\n"), Not(HasSubstr(RealCard::Pin())), Not(HasSubstr(card.Path("home"))),
+                    HasSubstr("made in ~\n"), HasSubstr("in the token log: C_Login => CKR_PIN_INCORRECT\n")));
 }
 
 TEST(Support, IsWrittenForItsOwnerOnlyAndAsItWasShown) {
@@ -101,6 +122,14 @@ TEST(Support, TellsOfALibraryThatIsMissing) {
   EXPECT_THAT(result.output, HasSubstr("  the library failed: "));
 }
 
+TEST(Support, TellsOfSettingsThatAreNotUnderstood) {
+  const UserHome home;
+  home.Append("Library/Preferences/Tarnwell.ini", "LogLevelPkcs11 without a value\n");
+  const ChildResult result = RunChild(QEL_CTKHOST, {"support"}, home.Environment());
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_THAT(result.output, HasSubstr("~/Library/Preferences/Tarnwell.ini: not understood, counts as missing\n"));
+}
+
 TEST(Support, OutlivesALibraryThatCrashesWhenItIsAsked) {
   const RealCard card({"--key", "p256"});
   ASSERT_EQ(card.SoftCard({"beneath", "--library", QEL_CRASHING_LIBRARY}).exitStatus, 0);
@@ -109,7 +138,7 @@ TEST(Support, OutlivesALibraryThatCrashesWhenItIsAsked) {
   environment["QEL_CRASH"] = card.Path("crash");
   environment["ASAN_OPTIONS"] = "detect_leaks=0:handle_segv=0";
   environment["TSAN_OPTIONS"] = "handle_segv=0";
-  const ChildResult result = RunChild(QEL_CTKHOST, {"support"}, environment);
+  const ChildResult result = RunChild(QEL_CTKHOST, {"--no-sandbox", "support"}, environment);
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_THAT(result.output, AllOf(HasSubstr("  the library ended its process by signal 11\n"),
                                    HasSubstr("\nEnd of the token log\n")));
