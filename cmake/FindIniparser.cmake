@@ -1,7 +1,12 @@
 # iniparser as the target Iniparser::Iniparser: the sources in QEL_INIPARSER_SOURCE when given, else the installed
 # library, else (for macOS, where it is linked statically and for both processors) the pinned sources.
 
-set(QEL_INIPARSER_SOURCE "$ENV{QEL_INIPARSER_SOURCE}" CACHE PATH "Folder of iniparser's sources, version 4.1 or later")
+# The environment speaks of the macOS product only: on Linux the tests put themselves between the product and the shared
+# library.
+if(APPLE)
+  set(from_environment "$ENV{QEL_INIPARSER_SOURCE}")
+endif()
+set(QEL_INIPARSER_SOURCE "${from_environment}" CACHE PATH "Folder of iniparser's sources, version 4.1 or later")
 
 function(qel_iniparser_from_sources folder)
   add_library(iniparser STATIC ${folder}/src/iniparser.c ${folder}/src/dictionary.c)
