@@ -1,5 +1,7 @@
 #include "pkcs11/FindObjects.h"
 
+#include <iterator>
+
 #include "pkcs11/CallResult.h"
 #include "pkcs11/FunctionList.h"
 #include "pkcs11/QELTokenException.h"
@@ -43,6 +45,15 @@ std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUT
     }
     objects.insert(objects.end(), batch, batch + found);
   }
+}
+
+std::vector<CK_OBJECT_HANDLE> FindObjectsByID(CK_SESSION_HANDLE session, CK_OBJECT_CLASS objectClass,
+                                              const std::vector<CK_BYTE>& id) {
+  CK_ATTRIBUTE attributes[] = {
+      {CKA_CLASS, &objectClass, sizeof objectClass},
+      {CKA_ID, const_cast<CK_BYTE*>(id.data()), id.size()},
+  };
+  return FindObjects(session, attributes, std::size(attributes));
 }
 
 }  // namespace PKCS11

@@ -11,4 +11,9 @@ namespace PKCS11 {
 /// the search is logged, never thrown. The attributes stay the caller's; one search at a time per session.
 std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count);
 
+/// Finds the objects of `objectClass` with exactly this CKA_ID: a search for the two attributes, in this order. Throws
+/// as FindObjects does.
+std::vector<CK_OBJECT_HANDLE> FindObjectsByID(CK_SESSION_HANDLE session, CK_OBJECT_CLASS objectClass,
+                                              const std::vector<CK_BYTE>& id);
+
 }  // namespace PKCS11

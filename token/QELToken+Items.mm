@@ -89,12 +89,7 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
 
 - (std::unique_ptr<PKCS11::PublicKey>)findPublicKeyWithID:(const std::vector<CK_BYTE> &)keyID
                                                   session:(CK_SESSION_HANDLE)session {
-  CK_OBJECT_CLASS objectClass = CKO_PUBLIC_KEY;
-  CK_ATTRIBUTE attributes[] = {
-      {CKA_CLASS, &objectClass, sizeof objectClass},
-      {CKA_ID, const_cast<CK_BYTE *>(keyID.data()), keyID.size()},
-  };
-  const std::vector<CK_OBJECT_HANDLE> keys = PKCS11::FindObjects(session, attributes, std::size(attributes));
+  const std::vector<CK_OBJECT_HANDLE> keys = PKCS11::FindObjectsByID(session, CKO_PUBLIC_KEY, keyID);
   if (keys.empty()) return nullptr;
   return std::make_unique<PKCS11::PublicKey>(PKCS11::PublicKey{{keys.front(), session}});
 }

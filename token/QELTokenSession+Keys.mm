@@ -18,13 +18,7 @@
 }
 
 - (CK_OBJECT_HANDLE)findPrivateKeyWithKeyID:(NSData *)keyID {
-  CK_OBJECT_CLASS objectClass = CKO_PRIVATE_KEY;
-  std::vector<CK_BYTE> cardID = CardIDOfObjectID(keyID);
-  CK_ATTRIBUTE attributes[] = {
-      {CKA_CLASS, &objectClass, sizeof objectClass},
-      {CKA_ID, cardID.data(), cardID.size()},
-  };
-  const auto keys = PKCS11::FindObjects([m_currentPair hSession], attributes, std::size(attributes));
+  const auto keys = PKCS11::FindObjectsByID([m_currentPair hSession], CKO_PRIVATE_KEY, CardIDOfObjectID(keyID));
   if (keys.empty()) throw QELTokenException(QELTokenError::KeyLookup, "Private key not found");
   return keys.front();
 }

@@ -75,6 +75,16 @@ TEST_F(FindObjectsTest, PassesTheTemplateOnAndAsksForBatchesOf32) {
                                       "C_FindObjects session=42 max=32", "C_FindObjectsFinal session=42"}));
 }
 
+TEST_F(FindObjectsTest, ByIdSearchesForTheClassAndTheIdInThisOrder) {
+  std::vector<TemplateRow> rows;
+  ScriptedCard card({{"C_FindObjectsInit", CKR_OK, KeepTemplate(rows)},
+                     {"C_FindObjects", CKR_OK, Handles({9, 4})},
+                     {"C_FindObjects"},
+                     {"C_FindObjectsFinal"}});
+  EXPECT_EQ(PKCS11::FindObjectsByID(kSession, CKO_PUBLIC_KEY, {0x12, 0x00}), (Objects{9, 4}));
+  EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PUBLIC_KEY)}, {CKA_ID, {0x12, 0x00}}}));
+}
+
 TEST_F(FindObjectsTest, ASearchThatCannotStartIsNotEnded) {
   ScriptedCard card({{"C_FindObjectsInit", CKR_SESSION_HANDLE_INVALID}});
   EXPECT_TRUE(IsFailure(FailureOfFind(), -6, "Initialization of object search failed"));
