@@ -19,9 +19,6 @@ class CardOutput {
   /// Autoreleased; as long as announced.
   NSMutableData *Data() const { return m_data; }
 
-  /// Cuts the buffer to what the card wrote. More than the buffer holds is not believed.
-  void Truncate(CK_ULONG written);
-
  private:
   NSMutableData *m_data;
   CK_BYTE m_none = 0;

@@ -10,7 +10,3 @@ CardOutput::CardOutput(const char *call, CK_ULONG announced)
 CK_BYTE *CardOutput::Bytes() {
   return [m_data length] == 0 ? &m_none : static_cast<CK_BYTE *>([m_data mutableBytes]);
 }
-
-void CardOutput::Truncate(CK_ULONG written) {
-  if (written < [m_data length]) [m_data setLength:written];
-}

@@ -2,8 +2,7 @@
 
 #include "pkcs11/FunctionList.h"
 #import "token/Boundary.h"
-#import "token/CardOutput.h"
-#import "token/PinPadCall.h"
+#import "token/OutputCall.h"
 #import "token/TokenKitErrors.h"
 
 @implementation QELTokenSession (Decryption)
@@ -31,15 +30,11 @@
   const auto decrypt = [&](CK_BYTE *plaintext, CK_ULONG *length) {
     return PKCS11::Functions()->C_Decrypt(session, input, [ciphertext length], plaintext, length);
   };
-
-  CK_ULONG length = 0;
-  if (!CardCallSucceeded("C_Decrypt", decrypt(nullptr, &length), error)) return nil;
-  CardOutput output("C_Decrypt", length);
-  if (!output.IsUsable()) return nil;
-  const CK_RV rv = CallWithPinPadDialog(self, [&] { return decrypt(output.Bytes(), &length); });
-  if (!CardCallSucceeded("C_Decrypt", rv, error)) return nil;
-  output.Truncate(length);
-  return output.Data();
+  CK_ULONG written = 0;
+  NSMutableData *plaintext = OutputOfCall("C_Decrypt", self, decrypt, &written, error);
+  // More than the buffer holds is not believed.
+  if (written < [plaintext length]) [plaintext setLength:written];
+  return plaintext;
 }
 
 @end

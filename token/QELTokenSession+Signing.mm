@@ -3,9 +3,8 @@
 #include "log/QELLog.h"
 #include "pkcs11/FunctionList.h"
 #import "token/Boundary.h"
-#import "token/CardOutput.h"
 #import "token/EcdsaSignature.h"
-#import "token/PinPadCall.h"
+#import "token/OutputCall.h"
 #include "token/Pkcs1Padding.h"
 #import "token/SigningMechanism.h"
 #import "token/TokenKitErrors.h"
@@ -57,20 +56,14 @@
   return DerFromRawEcdsaSignature(signature);
 }
 
-/// The result keeps the length that the size query announced, whatever the signing call writes back.
 - (nullable NSMutableData *)signatureOfBytes:(const CK_BYTE *)bytes length:(CK_ULONG)length error:(NSError **)error {
   const CK_SESSION_HANDLE session = [m_currentPair hSession];
   auto *input = const_cast<CK_BYTE *>(bytes);
   const auto sign = [&](CK_BYTE *signature, CK_ULONG *signatureLength) {
     return PKCS11::Functions()->C_Sign(session, input, length, signature, signatureLength);
   };
-
-  CK_ULONG signatureLength = 0;
-  if (!CardCallSucceeded("C_Sign", sign(nullptr, &signatureLength), error)) return nil;
-  CardOutput output("C_Sign", signatureLength);
-  if (!output.IsUsable()) return nil;
-  const CK_RV rv = CallWithPinPadDialog(self, [&] { return sign(output.Bytes(), &signatureLength); });
-  return CardCallSucceeded("C_Sign", rv, error) ? output.Data() : nil;
+  CK_ULONG written = 0;  // not applied, deliberately: the signature keeps the length that was announced
+  return OutputOfCall("C_Sign", self, sign, &written, error);
 }
 
 @end
