@@ -4,8 +4,8 @@
 #import <Security/Security.h>
 
 #include <cstddef>
-#include <memory>
-#include <type_traits>
+
+#include "util/UniqueHandle.h"
 
 namespace {
 
@@ -21,10 +21,12 @@ constexpr SecAsn1Template kSignatureTemplate[] = {
     {0, 0, nullptr, 0},
 };
 
-struct ReleaseCoder {
-  void operator()(SecAsn1CoderRef coder) const { SecAsn1CoderRelease(coder); }
+struct CoderTraits {
+  using Handle = SecAsn1CoderRef;
+  static Handle Invalid() { return nullptr; }
+  static void Close(Handle coder) { SecAsn1CoderRelease(coder); }
 };
-using ScopedCoder = std::unique_ptr<std::remove_pointer_t<SecAsn1CoderRef>, ReleaseCoder>;
+using ScopedCoder = UniqueHandle<CoderTraits>;
 
 }  // namespace
 
@@ -37,6 +39,6 @@ NSMutableData *DerFromRawEcdsaSignature(NSData *signature) {
   if (SecAsn1CoderCreate(&created) != errSecSuccess) return nil;
   const ScopedCoder coder(created);
   SecAsn1Item encoded = {0, nullptr};
-  if (SecAsn1EncodeItem(coder.get(), &source, kSignatureTemplate, &encoded) != errSecSuccess) return nil;
+  if (SecAsn1EncodeItem(coder.Get(), &source, kSignatureTemplate, &encoded) != errSecSuccess) return nil;
   return [NSMutableData dataWithBytes:encoded.Data length:encoded.Length];
 }

@@ -1,19 +1,22 @@
 #import "token/QELToken.h"
 
-#include <type_traits>
+#include <iterator>
 
 #include "pkcs11/FindObjects.h"
 #import "token/Constraint.h"
 #import "token/KeyIdentifier.h"
 #import "token/NSData+QELAditions.h"
 #import "token/TKTokenKeychainItem+QELDataFormat.h"
+#include "util/UniqueHandle.h"
 
 namespace {
 
-struct ReleaseCF {
-  void operator()(CFTypeRef object) const { CFRelease(object); }
+struct CertificateTraits {
+  using Handle = SecCertificateRef;
+  static Handle Invalid() { return nullptr; }
+  static void Close(Handle certificate) { CFRelease(certificate); }
 };
-using ScopedCertificate = std::unique_ptr<std::remove_pointer_t<SecCertificateRef>, ReleaseCF>;
+using ScopedCertificate = UniqueHandle<CertificateTraits>;
 
 /// Nil when the bytes are not valid UTF-8; an empty label is an empty string.
 NSString *LabelOf(const PKCS11::Object &object) {
@@ -27,7 +30,7 @@ struct CardCertificate {
   NSString *label;
   ScopedCertificate certificate;
 
-  bool IsComplete() const { return objectID != nil && label != nil && certificate != nullptr; }
+  bool IsComplete() const { return objectID != nil && label != nil && certificate; }
 };
 
 CardCertificate ReadCertificate(const PKCS11::Certificate &certificate, BOOL firstSlot) {
@@ -101,7 +104,7 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
     const CardCertificate card = ReadCertificate(certificate, firstSlot);
     if (!card.IsComplete()) continue;
     TKTokenKeychainCertificate *certificateItem =
-        [[[TKTokenKeychainCertificate alloc] initWithCertificate:card.certificate.get()
+        [[[TKTokenKeychainCertificate alloc] initWithCertificate:card.certificate.Get()
                                                         objectID:card.objectID] autorelease];
     if (certificateItem == nil) continue;
     [certificateItem setName:card.label];
@@ -111,7 +114,7 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
     const auto publicKey = [self findPublicKeyWithID:keyID session:session];
     if (!publicKey) continue;
     TKTokenKeychainKey *keyItem =
-        MakeKeyItem(*publicKey, card.certificate.get(), MakeObjectID(ObjectPrefix(kKeyKind, firstSlot), keyID));
+        MakeKeyItem(*publicKey, card.certificate.Get(), MakeObjectID(ObjectPrefix(kKeyKind, firstSlot), keyID));
     if (keyItem != nil) [items addObject:keyItem];
   }
 }

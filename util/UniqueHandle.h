@@ -28,6 +28,7 @@ class UniqueHandle {
 
   /// Returns the handle, which stays owned here.
   Handle Get() const { return m_handle; }
+  /// Returns whether there is a handle.
   explicit operator bool() const { return m_handle != Traits::Invalid(); }
 
   /// Returns the handle and gives it up; the caller owns it.
