@@ -3,13 +3,16 @@
 #include <iterator>
 
 #include "pkcs11/FindObjects.h"
-#import "token/Constraint.h"
 #import "token/KeyIdentifier.h"
 #import "token/NSData+QELAditions.h"
 #import "token/TKTokenKeychainItem+QELDataFormat.h"
 #include "util/UniqueHandle.h"
 
 namespace {
+
+/// The constraint on every operation that a key allows; CryptoTokenKit hands it back when it asks for the user's
+/// authentication.
+NSString *const kPINConstraint = @"PINAlways";
 
 struct CertificateTraits {
   using Handle = SecCertificateRef;

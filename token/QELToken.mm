@@ -3,7 +3,7 @@
 #include <os/log.h>
 
 #include "pkcs11/CallResult.h"
-#import "pkcs11/CatchTokenException.h"
+#include "pkcs11/CatchTokenException.h"
 #import "pkcs11/Format.h"
 #include "pkcs11/FunctionList.h"
 #include "pkcs11/Session.h"
@@ -53,20 +53,16 @@ void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
   NSString *instanceID = nil;
   NSMutableArray<TKTokenKeychainItem *> *items = [NSMutableArray array];
   const auto failure = CatchTokenException([&] {
-    [self loadSettingsStartingTokenLog:&startedTokenLog];
+    startedTokenLog = [self loadSettingsOnce];
     ProcessModules::Instance().Load();
     [self setHSlots:[self slotsCorrespondingToSmartCard:smartCard]];
     instanceID = [self openSessionsCollectingItems:items];
   });
-  if (failure) {
-    if (error != nullptr) {
-      *error = failure->ToError();
-      ReportConstructionFailure(*error, startedTokenLog);
-    }
-    [self release];
-    return nil;
+  if (failure && error != nullptr) {
+    *error = failure->ToError();
+    ReportConstructionFailure(*error, startedTokenLog);
   }
-  if (instanceID == nil) {
+  if (failure || instanceID == nil) {
     [self release];
     return nil;
   }
@@ -79,14 +75,14 @@ void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
   return self;
 }
 
-- (void)loadSettingsStartingTokenLog:(BOOL *)startedTokenLog {
+/// Returns whether the settings were loaded now, for the process, and started the token log.
+- (BOOL)loadSettingsOnce {
   QELSettings *settings = [QELSettings getGlobalSettings];
-  if ([settings loadCalled]) return;
+  if ([settings loadCalled]) return NO;
   [settings loadSettings];
-  if ([settings loggingEnabled]) {
-    [self initLogging];
-    *startedTokenLog = YES;
-  }
+  if (![settings loggingEnabled]) return NO;
+  [self initLogging];
+  return YES;
 }
 
 - (nullable NSString *)openSessionsCollectingItems:(NSMutableArray<TKTokenKeychainItem *> *)items {
