@@ -5,7 +5,7 @@
 
 #include "pkcs11/FunctionList.h"
 #import "platform/testing/TKTesting.h"
-#import "token/KeyIdentifier.h"
+#import "token/ObjectIdentifier.h"
 #import "token/QELTokenDriver.h"
 
 namespace {
@@ -141,5 +141,5 @@ NSData *NewData(const Bare::ByteString &bytes) {
 }
 
 NSData *NewKeyID(const Bare::ByteString &id) {
-  return [MakeObjectID(ObjectPrefix(kKeyKind, YES), id) retain];
+  return [MakeObjectID(ObjectPrefix(ObjectKind::Key, YES), id) retain];
 }

@@ -5,9 +5,9 @@
 #import "token/TokenKitErrors.h"
 
 /// Makes the card call `name` twice, as `call(bytes, length)`: for the length of its output, then for the output, under
-/// the PIN pad dialog where the reader has a PIN pad. Returns a buffer as long as the first call announced, autoreleased,
-/// and in `written` what the second call says it wrote. Returns nil when a call fails or announces no usable length,
-/// which is logged; the error is stored for the results that have one.
+/// the PIN pad dialog where the reader has a PIN pad. Returns a buffer as long as the first call announced,
+/// autoreleased, and in `written` what the second call says it wrote. Returns nil when a call fails or announces no
+/// usable length, which is logged; the error is stored for the results that have one.
 template <typename Call>
 NSMutableData *OutputOfCall(const char *name, QELTokenSession *session, Call &&call, CK_ULONG *written,
                             NSError **error) {

@@ -3,8 +3,8 @@
 #include <iterator>
 
 #include "pkcs11/FindObjects.h"
-#import "token/KeyIdentifier.h"
 #import "token/NSData+QELAditions.h"
+#import "token/ObjectIdentifier.h"
 #import "token/TKTokenKeychainItem+QELDataFormat.h"
 #include "util/UniqueHandle.h"
 
@@ -38,7 +38,7 @@ struct CardCertificate {
 
 CardCertificate ReadCertificate(const PKCS11::Certificate &certificate, BOOL firstSlot) {
   NSData *value = [NSData dataWithByteArray:certificate.GetValue()];
-  NSData *objectID = MakeObjectID(ObjectPrefix(kCertificateKind, firstSlot), certificate.GetID());
+  NSData *objectID = MakeObjectID(ObjectPrefix(ObjectKind::Certificate, firstSlot), certificate.GetID());
   NSString *label = LabelOf(certificate);
   return {objectID, label, ScopedCertificate(SecCertificateCreateWithData(nullptr, (CFDataRef)value))};
 }
@@ -117,7 +117,7 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
     const auto publicKey = [self findPublicKeyWithID:keyID session:session];
     if (!publicKey) continue;
     TKTokenKeychainKey *keyItem =
-        MakeKeyItem(*publicKey, card.certificate.Get(), MakeObjectID(ObjectPrefix(kKeyKind, firstSlot), keyID));
+        MakeKeyItem(*publicKey, card.certificate.Get(), MakeObjectID(ObjectPrefix(ObjectKind::Key, firstSlot), keyID));
     if (keyItem != nil) [items addObject:keyItem];
   }
 }

@@ -3,7 +3,7 @@
 #include "pkcs11/FindObjects.h"
 #include "pkcs11/QELTokenException.h"
 #include "pkcs11/Session.h"
-#import "token/KeyIdentifier.h"
+#import "token/ObjectIdentifier.h"
 #import "token/TokenKitErrors.h"
 
 @implementation QELTokenSession (Keys)

@@ -1,4 +1,4 @@
-#import "token/KeyIdentifier.h"
+#import "token/ObjectIdentifier.h"
 
 NSMutableData *MakeObjectID(CK_BYTE prefix, const std::vector<CK_BYTE> &objectID) {
   NSMutableData *identifier = [NSMutableData dataWithCapacity:1 + objectID.size()];

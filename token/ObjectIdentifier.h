@@ -8,19 +8,20 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// First byte of an item's object identifier: which slot the object is on, and what it is. The card object's CKA_ID
-/// follows. Two slots can be told apart: a third one shares the second's bit, and is served through the second's
+// An item's object identifier is a prefix byte, which says on which slot the object is and what it is, and the card
+// object's CKA_ID.
+
+/// The slot in a prefix. Two can be told apart: a third one shares the second's bit, and is served through the second's
 /// session.
-enum ObjectKindPrefix : CK_BYTE {
-  kFirstSlotBit = 0x10,
-  kLaterSlotBit = 0x20,
-  kCertificateKind = 0x01,
-  kKeyKind = 0x02,
-};
+inline constexpr CK_BYTE kFirstSlotBit = 0x10;
+inline constexpr CK_BYTE kLaterSlotBit = 0x20;
+
+/// The kind in a prefix.
+enum class ObjectKind : CK_BYTE { Certificate = 0x01, Key = 0x02 };
 
 /// Returns the prefix of an object of `kind` on the token's first or on a later slot.
-constexpr CK_BYTE ObjectPrefix(ObjectKindPrefix kind, bool firstSlot) {
-  return static_cast<CK_BYTE>((firstSlot ? kFirstSlotBit : kLaterSlotBit) | kind);
+constexpr CK_BYTE ObjectPrefix(ObjectKind kind, bool firstSlot) {
+  return static_cast<CK_BYTE>((firstSlot ? kFirstSlotBit : kLaterSlotBit) | static_cast<CK_BYTE>(kind));
 }
 
 /// Returns a new object identifier: the prefix byte and the bytes of `objectID`.
