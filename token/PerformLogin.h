@@ -8,6 +8,6 @@ NS_ASSUME_NONNULL_BEGIN
 /// PIN that the reader collects while its dialog is shown. Blocks until the card answers. Returns YES when the user is
 /// logged in now; the card connection is then marked sensitive. Returns NO otherwise, with an error only for the
 /// results that have one.
-BOOL PerformLogin(QELTokenSession *session, NSString *_Nullable PIN, NSError *_Nullable *_Nullable error);
+BOOL performLogin(QELTokenSession *session, NSString *_Nullable PIN, NSError *_Nullable *_Nullable error);
 
 NS_ASSUME_NONNULL_END

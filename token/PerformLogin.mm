@@ -7,7 +7,7 @@
 #import "token/PinPadCall.h"
 #import "token/TokenKitErrors.h"
 
-BOOL PerformLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
+BOOL performLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
   PinBytes pin(PIN);
   const CK_RV rv = CallWithPinPadDialog(session, [&] {
     return PKCS11::Functions()->C_Login([[session hCurrentPair] hSession], CKU_USER, pin.Data(), pin.Length());

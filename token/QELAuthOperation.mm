@@ -7,11 +7,11 @@
 namespace {
 
 BOOL FinishLogin(QELAuthOperation *operation, NSError **error) {
-  const BOOL success = PerformLogin([operation session], [operation PIN], error);
+  const BOOL success = performLogin([operation session], [operation PIN], error);
   NSLog(@"[CTK] finishWithError success: %d, error: %@", success, error != nullptr ? *error : nil);
   // Twice, deliberately: after a right PIN the card answers that the user is logged in already; after a wrong one it
   // counts the wrong PIN twice.
-  return PerformLogin([operation session], [operation PIN], error);
+  return performLogin([operation session], [operation PIN], error);
 }
 
 NSError *ErrorForException(NSException *exception) {

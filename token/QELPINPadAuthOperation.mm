@@ -14,7 +14,7 @@
 }
 
 - (BOOL)finishWithError:(NSError **)error {
-  return PerformLogin(m_session, nil, error);
+  return performLogin(m_session, nil, error);
 }
 
 - (void)dealloc {

@@ -139,7 +139,7 @@ TEST_P(OperationTrace, IsAsKept) {
     ASSERT_NE(session, nil);
     for (SlotSessionPair *pair in [session hSlotSessionPairs]) {
       [session setHCurrentPair:pair];
-      if (story.loggedIn) ASSERT_TRUE(PerformLogin(session, @"1234", nullptr));
+      if (story.loggedIn) ASSERT_TRUE(performLogin(session, @"1234", nullptr));
     }
     [session setHCurrentPair:[[session hSlotSessionPairs] firstObject]];
     card->ClearCalls();

@@ -12,7 +12,7 @@ class LibraryWithoutSlotType {
 class ModuleWithoutSlotType : private LibraryWithoutSlotType, public PinPadTest {};
 
 TEST_F(ModuleWithoutSlotType, APinPadLoginShowsThePlainDialog) {
-  EXPECT_TRUE(PerformLogin(m_session, nil, nullptr));
+  EXPECT_TRUE(performLogin(m_session, nil, nullptr));
   EXPECT_EQ(m_card.Count("C_GetSlotType"), 0);
   EXPECT_EQ(m_dialog.Calls(), (Texts{"show 1", "hide"}));
 }

@@ -266,7 +266,7 @@ TEST_F(LoginOnTwoSlots, IsMadeOnThePairOfTheLastOperation) {
   m_card.LogOut();
   EXPECT_EQ(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
   m_card.ClearCalls();
-  EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
+  EXPECT_TRUE(performLogin(m_session, @"1234", nullptr));
   EXPECT_EQ(m_card.Calls(), Texts{"C_Login session=102 user=1 pin=given"});
   EXPECT_NE(Sign(Block(), RawRsa(), nullptr, LaterRsaKey()), nil);
 }

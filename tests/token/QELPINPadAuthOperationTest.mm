@@ -39,7 +39,7 @@ TEST_F(PinPadLogin, SendsNoPinAndShowsTheDialogAroundTheLogin) {
 }
 
 TEST_F(PinPadLogin, APinGivenAllTheSameIsSentUnderTheDialog) {
-  EXPECT_TRUE(PerformLogin(m_session, @"1234", nullptr));
+  EXPECT_TRUE(performLogin(m_session, @"1234", nullptr));
   EXPECT_EQ(m_card.pins, std::vector<Bytes>{TestCard::Text("1234")});
   EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
 }
@@ -102,7 +102,7 @@ class LoginOnTwoPinPads : public TwoPinPadsTest {};
 TEST_F(LoginOnTwoPinPads, ShowsTheDialogOfTheCurrentPairsSlot) {
   m_card.LogOut();
   [m_session selectPairByKeyID:LaterRsaKey()];
-  EXPECT_TRUE(PerformLogin(m_session, nil, nullptr));
+  EXPECT_TRUE(performLogin(m_session, nil, nullptr));
   EXPECT_EQ(m_card.Calls(),
             (Texts{"C_GetSlotType slot=8", "dialog show 32", "C_Login session=102 user=1 pin=none", "dialog hide"}));
 }
