@@ -1,6 +1,7 @@
 #import "token/QELTokenSession.h"
 
 #include "pkcs11/FunctionList.h"
+#import "token/SigningMechanism.h"
 
 namespace {
 
@@ -14,9 +15,7 @@ bool CanSignWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm) {
     // The raw form counts only when the platform makes it out of a PKCS#1 v1.5 signature: the card pads by itself.
     return ([algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureRaw] &&
             [algorithm supportsAlgorithm:kSecKeyAlgorithmRSASignatureDigestPKCS1v15Raw]) ||
-           [algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureDigestPSSSHA256] ||
-           [algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureDigestPSSSHA384] ||
-           [algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureDigestPSSSHA512];
+           SigningMechanism(algorithm).IsPss();
   }
   return IsType(key, kSecAttrKeyTypeECSECPrimeRandom) &&
          [algorithm isAlgorithm:kSecKeyAlgorithmECDSASignatureDigestX962];

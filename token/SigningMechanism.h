@@ -14,10 +14,13 @@ class SigningMechanism {
   SigningMechanism(const SigningMechanism&) = delete;
   SigningMechanism& operator=(const SigningMechanism&) = delete;
 
-  /// The mechanism for C_SignInit; owned by this object.
+  /// Returns the mechanism for C_SignInit; owned by this object.
   CK_MECHANISM* Get() { return &m_mechanism; }
 
-  /// The PSS parameter; all zero for the other mechanisms.
+  /// Returns whether this is one of the PSS mechanisms.
+  bool IsPss() const { return m_mechanism.mechanism == CKM_RSA_PKCS_PSS; }
+
+  /// Returns the PSS parameter; all zero for the other mechanisms.
   const CK_RSA_PKCS_PSS_PARAMS& Pss() const { return m_pss; }
 
  private:
