@@ -43,4 +43,4 @@ class LoggerImpl : public std::enable_shared_from_this<LoggerImpl> {
 
 }  // namespace QELLog
 
-#include "log/FuncScope.h"
+#include "log/FuncScope.h"  // what Enter returns must be complete wherever it is called

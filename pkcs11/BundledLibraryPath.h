@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// Where the maker's PKCS#11 library lies: relative to the folder of the main bundle's executable, "..", "Frameworks".
-/// The path is not standardised: it keeps its "..".
+/// Returns the path of the maker's PKCS#11 library: from the folder of the main bundle's executable through ".." to
+/// Frameworks. It is not standardised: the ".." stays.
 std::string BundledLibraryPath();

@@ -10,13 +10,14 @@ class CardOutput {
   /// Not usable when the announced length is no length at all; `call` then stands in an error-level log line.
   CardOutput(const char *call, CK_ULONG announced);
 
-  /// Whether there is a buffer.
+  /// Returns whether there is a buffer.
   bool IsUsable() const { return m_data != nil; }
 
-  /// Never null, also for length 0: a null buffer would make the second call another size query.
+  /// Returns where the card writes: never null, also for length 0, for a null buffer would make the second call another
+  /// size query.
   CK_BYTE *Bytes();
 
-  /// Autoreleased; as long as announced.
+  /// Returns the buffer, autoreleased and as long as announced; nil when it is not usable.
   NSMutableData *Data() const { return m_data; }
 
  private:

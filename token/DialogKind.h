@@ -5,7 +5,7 @@
 /// The dialog for a reader of no special kind.
 inline constexpr int kPlainDialogKind = 1;
 
-/// Maps the vendor's slot type to the dialog kind that the PIN dialog library knows.
+/// Returns the dialog kind, as the PIN dialog library numbers them, for the vendor's slot type.
 constexpr int DialogKindOfSlotType(CK_ULONG slotType) {
   switch (slotType) {
     case 0x80000002:

@@ -18,10 +18,10 @@ class KeyDerivation {
   KeyDerivation(const KeyDerivation &) = delete;
   KeyDerivation &operator=(const KeyDerivation &) = delete;
 
-  /// The mechanism for C_DeriveKey; owned by this object.
+  /// Returns the mechanism for C_DeriveKey; owned by this object.
   CK_MECHANISM *Mechanism() { return &m_mechanism; }
 
-  /// Whether the card derives the key from the raw secret, or gives the secret itself.
+  /// Returns whether the card derives the key from the raw secret, instead of giving the secret itself.
   bool HasFunction() const { return m_parameter.kdf != CKD_NULL; }
 
  private:

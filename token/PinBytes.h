@@ -17,10 +17,10 @@ class PinBytes {
   PinBytes(const PinBytes &) = delete;
   PinBytes &operator=(const PinBytes &) = delete;
 
-  /// Null only when there is no PIN; an empty PIN has bytes to point to.
+  /// Returns the bytes; null only when there is no PIN: an empty PIN has bytes to point to.
   CK_UTF8CHAR *Data() { return m_bytes.empty() ? nullptr : m_bytes.data(); }
 
-  /// In bytes.
+  /// Returns the number of bytes.
   CK_ULONG Length() const { return m_length; }
 
  private:

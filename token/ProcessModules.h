@@ -10,17 +10,18 @@
 /// ends.
 class ProcessModules {
  public:
-  /// The process's one instance, empty at first.
+  /// Returns the process's one instance, empty at first.
   static ProcessModules& Instance();
 
   /// Loads what is not loaded yet, the PKCS#11 library first. Throws what the modules throw; what was loaded before
   /// stays.
   void Load();
 
-  /// Kind of the PIN pad dialog for `slot`, by the vendor's slot type. The plain kind when the library does not tell.
+  /// Returns the kind of the PIN pad dialog for `slot`, by the vendor's slot type. The plain kind when the library does
+  /// not tell.
   int DialogKind(CK_SLOT_ID slot) const;
 
-  /// The PIN dialog library. Load() must have succeeded.
+  /// Returns the PIN dialog library. Load() must have succeeded.
   QELPINDialogModule& PinDialog() { return *m_pinDialog; }
 
  private:

@@ -15,7 +15,8 @@ NS_ASSUME_NONNULL_BEGIN
 /// The session that asked for the login; kept alive by the operation.
 @property(atomic, retain, readonly) QELTokenSession *session;
 
-/// The PIN is not sent to the card by CryptoTokenKit: APDUTemplate stays nil and the login goes through PKCS#11.
+/// Retains `session`. The PIN is not sent to the card by CryptoTokenKit: APDUTemplate stays nil and the login goes
+/// through PKCS#11.
 - (instancetype)initWithSession:(QELTokenSession *)session;
 
 @end

@@ -2,7 +2,8 @@
 
 #include "pkcs11/DynamicLibrary.h"
 
-/// The one entry point of the PIN dialog library. Its result means nothing to us.
+/// The one entry point of the PIN dialog library: (1, kind, 1) shows the login dialog of that kind, (1, 1, 2) hides it.
+/// Its result means nothing to us.
 using PINPadDialogFn = int (*)(int, int, int);
 
 /// The separately installed PIN dialog library. One per process, loaded for every reader, with a PIN pad or without.
@@ -12,7 +13,7 @@ class QELPINDialogModule {
   /// point; the library is closed again before the exception leaves.
   QELPINDialogModule();
 
-  /// Never null.
+  /// Returns the entry point, never null.
   PINPadDialogFn GetPINPadDialogFn() const noexcept { return m_dialog; }
 
  private:

@@ -38,7 +38,8 @@ std::tm gmtime_r(time_t seconds);
 /// Returns the process id.
 pid_t getpid();
 
-/// Status of the call, not the thread id: 0 on every thread, and log lines show that 0. Stays so.
+/// Returns the status of the platform's call, not the thread id: 0 on every thread, and log lines show that 0. Stays
+/// so.
 int64_t gettid();
 
 }  // namespace QELUtils

@@ -9,9 +9,9 @@ typedef enum {
   QELRegistrationFound,
 } QELRegistration;
 
-/// Asks the registry, through pluginkit, whether the extension with this bundle identifier is registered. Blocks until
+/// Returns whether the registry, asked through pluginkit, knows the extension with this bundle identifier. Blocks until
 /// pluginkit ends; never raises.
 QELRegistration QELRegistrationOfExtension(NSString *identifier);
 
-/// The bundle identifier of the extension inside the running app; nil when the app does not contain it.
+/// Returns the bundle identifier of the extension inside the running app; nil when the app does not contain it.
 NSString *QELContainedExtensionIdentifier(void);
