@@ -1,4 +1,4 @@
-#import "pkcs11/BundledLibraryPath.h"
+#include "pkcs11/BundledLibraryPath.h"
 
 #import <Foundation/Foundation.h>
 

@@ -1,4 +1,4 @@
-#import "pkcs11/DynamicLibrary.h"
+#include "pkcs11/DynamicLibrary.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#import "pkcs11/QELTokenException.h"
+#include "pkcs11/QELTokenException.h"
 
 NSError *QELTokenException::ToError() const {
   NSMutableDictionary *userInfo = [NSMutableDictionary dictionary];

@@ -1,4 +1,4 @@
-#include "settings/QELSettings.h"
+#import "settings/QELSettings.h"
 
 #include <QELBuildConstants.h>
 #include <pwd.h>

@@ -1,4 +1,4 @@
-#import "token/QELPINDialogModule.h"
+#include "token/QELPINDialogModule.h"
 
 #import <Foundation/Foundation.h>
 #include <QELBuildConstants.h>

@@ -77,7 +77,8 @@ class LintTest(unittest.TestCase):
                 (self.folder / name).unlink()
 
     def test_every_text_check_has_a_case(self):
-        self.assertEqual({c[0] for c in CASES} | {"tests_have_a_target", "quirks_are_held"}, set(text_checks.CHECKS))
+        on_their_own = {"tests_have_a_target", "quirks_are_held", "imports_tell_the_language"}
+        self.assertEqual({c[0] for c in CASES} | on_their_own, set(text_checks.CHECKS))
 
     def test_a_long_product_file_is_a_warning_before_it_is_a_defect(self):
         self.write("util/A.cc", "int a;\n" * 401)
@@ -94,6 +95,15 @@ class LintTest(unittest.TestCase):
         self.assertEqual(len(self.defects(check)), 1)
         self.write("tests/util/CMakeLists.txt", "qel_add_tests(util SOURCES ATest.cc)\n")
         self.assertEqual(len(self.defects(check)), 1)
+
+    def test_a_header_that_is_imported_or_included_against_its_language_is_a_defect(self):
+        check = text_checks.imports_tell_the_language
+        self.write("token/ObjC.h", "#import <Foundation/Foundation.h>\n")
+        self.write("pkcs11/Both.h", "#ifdef __OBJC__\n#import <Foundation/Foundation.h>\n#endif\n")
+        self.write("token/A.mm", '#import "token/ObjC.h"\n#include "pkcs11/Both.h"\n')
+        self.assertEqual(self.defects(check), [])
+        self.write("token/A.mm", '#include "token/ObjC.h"\n#import "pkcs11/Both.h"\n')
+        self.assertEqual(len(self.defects(check)), 2)
 
     def test_a_quirk_without_its_file_or_its_test_is_a_defect(self):
         check = text_checks.quirks_are_held

@@ -87,6 +87,19 @@ def exception_handlers(tree):
             yield f"{name}:{objc[-1][0]}: {len(objc)} @catch, {OBJC_HANDLERS.get(name, 0)} allowed here"
 
 
+def imports_tell_the_language(tree):
+    """A product file imports the headers that are Objective-C and includes those that are C++."""
+    for name in tree.sources(*PRODUCT):
+        for line, found in matches(r'(?m)^[ \t]*#\s*(include|import)\s*"([^"\n]+)"', tree.text(name)):
+            directive, header = found.groups()
+            if not tree.exists(header):
+                continue
+            code = re.sub(r"(?ms)^#ifdef __OBJC__$.*?^#endif$", "", tree.text(header))
+            language = "import" if re.search(r"(?m)^(#import|@(interface|protocol|class))\b", code) else "include"
+            if directive != language:
+                yield f'{name}:{line}: #{directive} "{header}"; write #{language}'
+
+
 # Interfaces that one file only may call: macOS 12 deprecates the ASN.1 coder, so its replacement must stay one edit.
 CONFINED = {r"\bSecAsn1\w+": "token/EcdsaSignature.mm"}
 
@@ -204,6 +217,7 @@ CHECKS = {
     "include_arrows": include_arrows,
     "platform_conditionals": platform_conditionals,
     "exception_handlers": exception_handlers,
+    "imports_tell_the_language": imports_tell_the_language,
     "confined_interfaces": confined_interfaces,
     "forbidden_words": forbidden_words,
     "file_sizes": file_sizes,
