@@ -4,8 +4,6 @@
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Failure.h"
 
-using LogLines = std::vector<CapturedLog::Line>;
-
 TEST(FormatValueTest, PrintsEightUpperCaseHexDigits) {
   EXPECT_EQ(PKCS11::FormatValue("() => 0x%08lX", 0xA4), "() => 0x000000A4");
   EXPECT_EQ(PKCS11::FormatValue("0x%08lX", CKR_VENDOR_DEFINED | 0xABCDEF), "0x80ABCDEF");
@@ -34,8 +32,7 @@ TEST(CallResultTest, AFailureIsLoggedAtTheLevelThatIsAskedFor) {
   CapturedLog log;
   EXPECT_FALSE(PKCS11::Succeeded("C_Sign", CKR_DATA_INVALID));
   EXPECT_FALSE(PKCS11::Succeeded("C_Other", CKR_DATA_INVALID, QELLog::LogLevel::Info));
-  EXPECT_EQ(log.Lines(), (LogLines{{QELLog::LogLevel::Error, "C_Sign() => 0x00000020"},
-                                   {QELLog::LogLevel::Info, "C_Other() => 0x00000020"}}));
+  EXPECT_EQ(log.Lines(), (LogLines{{kError, "C_Sign() => 0x00000020"}, {kInfo, "C_Other() => 0x00000020"}}));
 }
 
 TEST(CallResultTest, AFailureIsLoggedBeforeItIsThrown) {
@@ -50,7 +47,7 @@ TEST(CallResultTest, AFailureIsLoggedBeforeItIsThrown) {
     PKCS11::Require("C_Sign", CKR_DATA_INVALID, -6, "message");
   });
   EXPECT_TRUE(IsFailure(failure, -6, "message"));
-  EXPECT_EQ(atThrow, (LogLines{{QELLog::LogLevel::Error, "C_Sign() => 0x00000020"}}));
+  EXPECT_EQ(atThrow, (LogLines{{kError, "C_Sign() => 0x00000020"}}));
 }
 
 TEST(CallResultTest, AFailureIsReportedWithoutALogToo) {

@@ -12,10 +12,6 @@
 #include "tests/support/Failure.h"
 #include "tests/support/card/ScriptedCard.h"
 
-using LogLines = std::vector<CapturedLog::Line>;
-constexpr auto kError = QELLog::LogLevel::Error;
-constexpr auto kInfo = QELLog::LogLevel::Info;
-
 /// A test of code that calls the card: the calls go to the card that the test makes.
 class CardTest : public ::testing::Test {
  protected:

@@ -7,9 +7,6 @@
 #include "tests/support/Failure.h"
 #include "tests/support/LoaderRedirect.h"
 
-using LogLines = std::vector<CapturedLog::Line>;
-constexpr auto kError = QELLog::LogLevel::Error;
-
 namespace {
 
 // The path that is asked for; the loader is sent elsewhere.

@@ -77,10 +77,7 @@ TEST_F(FindObjectsTest, PassesTheTemplateOnAndAsksForBatchesOf32) {
 
 TEST_F(FindObjectsTest, ByIdSearchesForTheClassAndTheIdInThisOrder) {
   std::vector<TemplateRow> rows;
-  ScriptedCard card({{"C_FindObjectsInit", CKR_OK, KeepTemplate(rows)},
-                     {"C_FindObjects", CKR_OK, Handles({9, 4})},
-                     {"C_FindObjects"},
-                     {"C_FindObjectsFinal"}});
+  ScriptedCard card(Search({9, 4}, &rows));
   EXPECT_EQ(PKCS11::FindObjectsByID(kSession, CKO_PUBLIC_KEY, {0x12, 0x00}), (Objects{9, 4}));
   EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PUBLIC_KEY)}, {CKA_ID, {0x12, 0x00}}}));
 }

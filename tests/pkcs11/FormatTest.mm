@@ -24,7 +24,7 @@ TEST(FormatTest, ANilObjectIsPrinted) {
 TEST(FormatTest, LogsTheTextAtTheLevelOfTheStream) {
   CapturedLog log;
   Utils::log(QELLog::Info(), @"slotName %@", @"Reader");
-  EXPECT_EQ(log.Lines(), (std::vector<CapturedLog::Line>{{QELLog::LogLevel::Info, "slotName Reader"}}));
+  EXPECT_EQ(log.Lines(), (LogLines{{kInfo, "slotName Reader"}}));
 }
 
 TEST(FormatTest, FormatsNothingForAMessageThatIsNotWritten) {

@@ -32,3 +32,7 @@ class CapturedLog {
   std::shared_ptr<QELLog::LoggerImpl> m_previous;
   QELLog::LogLevel m_previousLevel;
 };
+
+using LogLines = std::vector<CapturedLog::Line>;
+inline constexpr auto kError = QELLog::LogLevel::Error;
+inline constexpr auto kInfo = QELLog::LogLevel::Info;

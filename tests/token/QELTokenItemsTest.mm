@@ -312,10 +312,7 @@ TEST_F(QELTokenItems, CertificatesAreSearchedByClassAndCategoryInThisOrder) {
   @autoreleasepool {
     QELToken *token = MakeToken();
     std::vector<TemplateRow> rows;
-    ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
-                         {"C_FindObjects", CKR_OK, TestCard::Handles({9, 4})},
-                         {"C_FindObjects"},
-                         {"C_FindObjectsFinal"}});
+    ScriptedCard script(TestCard::Search({9, 4}, &rows));
     const auto certificates = [token clientCertificates:55];
     EXPECT_EQ(rows,
               (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_CERTIFICATE)}, {CKA_CERTIFICATE_CATEGORY, Ulong(1)}}));
@@ -332,17 +329,14 @@ TEST_F(QELTokenItems, PublicKeysAreSearchedByClassAndIdInThisOrderAndTheFirstIsT
     QELToken *token = MakeToken();
     std::vector<TemplateRow> rows;
     {
-      ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
-                           {"C_FindObjects", CKR_OK, TestCard::Handles({9, 4})},
-                           {"C_FindObjects"},
-                           {"C_FindObjectsFinal"}});
+      ScriptedCard script(TestCard::Search({9, 4}, &rows));
       const auto key = [token findPublicKeyWithID:{0x12, 0x34} session:55];
       ASSERT_NE(key, nullptr);
       EXPECT_EQ(key->object, 9u);
       EXPECT_EQ(key->session, 55u);
     }
     EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PUBLIC_KEY)}, {CKA_ID, ByteString{0x12, 0x34}}}));
-    ScriptedCard script({{"C_FindObjectsInit"}, {"C_FindObjects"}, {"C_FindObjectsFinal"}});
+    ScriptedCard script(TestCard::Search({}));
     const auto key = [token findPublicKeyWithID:{0x12, 0x34} session:55];
     EXPECT_EQ(key, nullptr);
   }

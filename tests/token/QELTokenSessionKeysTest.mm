@@ -60,10 +60,7 @@ TEST_F(QELTokenSessionKeys, ALaterSlotThatTheTokenDoesNotHaveRaises) {
 
 TEST_F(QELTokenSessionKeys, PrivateKeysAreSearchedByClassAndIdAndTheFirstIsTaken) {
   std::vector<TemplateRow> rows;
-  ScriptedCard script({{"C_FindObjectsInit", CKR_OK, TestCard::KeepTemplate(rows)},
-                       {"C_FindObjects", CKR_OK, TestCard::Handles({31, 30})},
-                       {"C_FindObjects"},
-                       {"C_FindObjectsFinal"}});
+  ScriptedCard script(TestCard::Search({31, 30}, &rows));
   EXPECT_EQ([m_session findPrivateKeyWithKeyID:Data({0x12, 0x01, 0x02})], 31u);
   EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PRIVATE_KEY)}, {CKA_ID, {0x01, 0x02}}}));
 }

@@ -11,10 +11,6 @@ class QELTokenSessionSigningOnPinPad : public PinPadTest {};
 class QELTokenSessionSigningOnTwoSlots : public TwoSlotTest {};
 class QELTokenSessionSigningOnTwoPinPads : public TwoPinPadsTest {};
 
-using LogLines = std::vector<CapturedLog::Line>;
-constexpr auto kInfo = QELLog::LogLevel::Info;
-constexpr auto kError = QELLog::LogLevel::Error;
-
 TEST_F(QELTokenSessionSigning, RawRsaCallsTheCardInExactlyThisOrder) {
   EXPECT_EQ(BytesOf(Sign(Block(), RawRsa())), m_card.signature);
   EXPECT_EQ(m_card.Calls(),

@@ -111,11 +111,10 @@ TEST_F(QELTokenSlots, ExaminesEverySlotWithOrWithoutATokenAndNothingElse) {
 TEST_F(QELTokenSlots, LogsTheReaderAndEveryTrimmedDescriptionAtInfoLevel) {
   FakeCard card(SlotsDescribedAs({"  Example Reader 0\t", "Example\nReader\n", "\xFF"}));
   Match(@"Example Reader 0");
-  using Lines = std::vector<CapturedLog::Line>;
-  EXPECT_EQ(m_log.Lines(), (Lines{{QELLog::LogLevel::Info, "CTK slot name: Example Reader 0"},
-                                  {QELLog::LogLevel::Info, "slotName Example Reader 0"},
-                                  {QELLog::LogLevel::Info, "slotName Example\nReader\n"},
-                                  {QELLog::LogLevel::Info, "slotName (null)"}}));
+  EXPECT_EQ(m_log.Lines(), (LogLines{{kInfo, "CTK slot name: Example Reader 0"},
+                                     {kInfo, "slotName Example Reader 0"},
+                                     {kInfo, "slotName Example\nReader\n"},
+                                     {kInfo, "slotName (null)"}}));
 }
 
 TEST_F(QELTokenSlots, ManySlotsAreAllExamined) {

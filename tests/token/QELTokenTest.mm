@@ -11,11 +11,8 @@ using TestCard::FakeCard;
 using TestCard::FakeSlot;
 using Texts = std::vector<std::string>;
 using Numbers = std::vector<unsigned long>;
-using LogLines = std::vector<CapturedLog::Line>;
 
 namespace {
-
-constexpr auto kInfo = QELLog::LogLevel::Info;
 
 Numbers NumbersOf(NSArray<NSNumber *> *array) {
   Numbers numbers;
@@ -221,7 +218,7 @@ TEST_F(QELTokenConstruction, ASlotIsNamedInTheLogBeforeItsSessionIsOpened) {
                                  {kInfo, "CTK slot name: Example Reader 0"},
                                  {kInfo, "slotName Example Reader 0"},
                                  {kInfo, "Loading content from QEL-00A1B2C3 [slot 7]"},
-                                 {QELLog::LogLevel::Error, "C_OpenSession() => 0x000000B1"},
+                                 {kError, "C_OpenSession() => 0x000000B1"},
                              }));
 }
 

@@ -81,11 +81,8 @@ SessionTest::Trace SessionTest::AfterFindingTheKey(const std::string &session, T
 }
 
 std::vector<Row> SessionTest::AfterFindingTheKey(std::vector<Row> rest) {
-  std::vector<Row> rows = {{"C_GetSessionInfo", CKR_OK, TestCard::State(CKS_RW_USER_FUNCTIONS)},
-                           {"C_FindObjectsInit"},
-                           {"C_FindObjects", CKR_OK, TestCard::Handles({3})},
-                           {"C_FindObjects"},
-                           {"C_FindObjectsFinal"}};
+  std::vector<Row> rows = TestCard::Search({3});
+  rows.insert(rows.begin(), {"C_GetSessionInfo", CKR_OK, TestCard::State(CKS_RW_USER_FUNCTIONS)});
   rows.insert(rows.end(), rest.begin(), rest.end());
   return rows;
 }

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <atomic>
 #include <mutex>
 #include <string>
@@ -280,37 +279,12 @@ TEST_F(CallbackProvider, HandleBeginsWithSizeMagicLevelNameAndCallback) {
   EXPECT_EQ(record->callback, &Collect);
 }
 
-class InvalidCallbackHandle : public CallbackProvider {
- protected:
-  void ExpectRefused(HLOGGER handle) {
-    QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
-    EXPECT_EQ(QEL_LogImpl_Callback::FromHandle(handle), nullptr);
-    EXPECT_EQ(Queries(handle), std::vector<int>(5, 0));
-    WriteAll(handle);
-    m_log.destroy(handle);
-    EXPECT_EQ(g_texts, Texts{});
-  }
-};
-
-using Words = std::array<uint64_t, (sizeof(QEL_LogImpl_Callback) + 7) / 8>;
-
-TEST_F(InvalidCallbackHandle, NullDoesNothing) {
-  ExpectRefused(nullptr);
-}
-
-TEST_F(InvalidCallbackHandle, OfAnotherSizeDoesNothing) {
-  Words words{sizeof(QEL_LogImpl_Callback) + 1, kLogCallbackRecordMagic, 5};
-  ExpectRefused(words.data());
-}
-
-TEST_F(InvalidCallbackHandle, OfAnotherMagicDoesNothing) {
-  Words words{sizeof(QEL_LogImpl_Callback), kLogCallbackRecordMagic + 1, 5};
-  ExpectRefused(words.data());
-}
-
-TEST_F(InvalidCallbackHandle, OfTheOtherProviderDoesNothing) {
-  QEL_LogImpl_File logger(L"F");
-  ExpectRefused(logger.ToHandle());
+TEST_F(CallbackProvider, DoesNothingWithAHandleThatIsNoLoggerOfItsOwn) {
+  QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
+  ExpectImpostorsRefused<QEL_LogImpl_Callback>(kLogCallbackRecordMagic);
+  QEL_LogImpl_File ofTheOtherProvider(L"F");
+  ExpectRefused<QEL_LogImpl_Callback>(ofTheOtherProvider.ToHandle());
+  EXPECT_EQ(g_texts, Texts{});
 }
 
 }  // namespace

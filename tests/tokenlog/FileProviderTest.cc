@@ -35,6 +35,15 @@ class FileProvider : public ProviderTest {
     return LogTexts(m_path);
   }
 
+  void ExpectMessagesToBeLost(const std::filesystem::path& path) {
+    m_path = path;
+    Configure(5);
+    const HLOGGER logger = Logger();
+    WriteAll(logger);
+    m_log.destroy(logger);
+    EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path()));
+  }
+
   ScopedLocale m_locale{"C"};
   TemporaryDirectory m_folder;
   std::filesystem::path m_path = m_folder.Path() / "QELToken.log";
@@ -194,28 +203,15 @@ TEST_F(FileProvider, WritesAgainOnceTheFolderIsThere) {
 }
 
 TEST_F(FileProvider, LosesMessagesForAFullDisk) {
-  m_path = "/dev/full";
-  Configure(5);
-  const HLOGGER logger = Logger();
-  WriteAll(logger);
-  m_log.destroy(logger);
+  ExpectMessagesToBeLost("/dev/full");
 }
 
 TEST_F(FileProvider, LosesMessagesForAPathThatIsAFolder) {
-  m_path = m_folder.Path();
-  Configure(5);
-  const HLOGGER logger = Logger();
-  WriteAll(logger);
-  m_log.destroy(logger);
-  EXPECT_TRUE(std::filesystem::is_empty(m_folder.Path()));
+  ExpectMessagesToBeLost(m_folder.Path());
 }
 
 TEST_F(FileProvider, LosesMessagesForAnEmptyPath) {
-  m_path = "";
-  Configure(5);
-  const HLOGGER logger = Logger();
-  WriteAll(logger);
-  m_log.destroy(logger);
+  ExpectMessagesToBeLost("");
 }
 
 TEST_F(FileProvider, LeavesNoDescriptorOpen) {
@@ -275,38 +271,12 @@ TEST_F(FileProvider, HandleBeginsWithSizeMagicLevelPathAndName) {
   m_log.destroy(logger);
 }
 
-/// Something that is not a logger of this provider but begins like one, except for one word.
-using Words = std::array<uint64_t, (sizeof(QEL_LogImpl_File) + 7) / 8>;
-
-class InvalidHandle : public FileProvider {
- protected:
-  void ExpectRefused(HLOGGER handle) {
-    Configure(5);
-    EXPECT_EQ(QEL_LogImpl_File::FromHandle(handle), nullptr);
-    EXPECT_EQ(Queries(handle), std::vector<int>(5, 0));
-    WriteAll(handle);
-    m_log.destroy(handle);
-    EXPECT_EQ(LogTexts(m_path), Texts{});
-  }
-};
-
-TEST_F(InvalidHandle, NullDoesNothing) {
-  ExpectRefused(nullptr);
-}
-
-TEST_F(InvalidHandle, OfAnotherSizeDoesNothing) {
-  Words words{sizeof(QEL_LogImpl_File) + 1, kLogFileRecordMagic, 5};
-  ExpectRefused(words.data());
-}
-
-TEST_F(InvalidHandle, OfAnotherMagicDoesNothing) {
-  Words words{sizeof(QEL_LogImpl_File), kLogFileRecordMagic + 1, 5};
-  ExpectRefused(words.data());
-}
-
-TEST_F(InvalidHandle, OfOneForeignWordDoesNothing) {
-  uint64_t word = 1;
-  ExpectRefused(&word);
+TEST_F(FileProvider, DoesNothingWithAHandleThatIsNoLoggerOfItsOwn) {
+  Configure(5);
+  ExpectImpostorsRefused<QEL_LogImpl_File>(kLogFileRecordMagic);
+  uint64_t foreignWord = 1;
+  ExpectRefused<QEL_LogImpl_File>(&foreignWord);
+  EXPECT_EQ(LogTexts(m_path), Texts{});
 }
 
 TEST_F(FileProvider, KeepsTheLinesOfEightThreadsWhole) {

@@ -160,33 +160,32 @@ TEST(LogClient, AsksEachLevelsFunctionAndNeverForSecrets) {
   }
 }
 
-TEST(LogClient, WithoutAProviderDoesNothing) {
-  const LogClient client(L"A");
-  UseAll(client);
-  EXPECT_EQ(Queries(client), kAllOff);
-}
-
-TEST(LogClient, WithoutALoggerDoesNothing) {
-  RecordingProvider provider;
+/// Expects a client of that name to do nothing, neither to the provider nor while it dies.
+void ExpectNothingDone(const wchar_t* name, const RecordingProvider& provider) {
   {
-    const LogClient client(L".");
+    const LogClient client(name);
     UseAll(client);
     EXPECT_EQ(Queries(client), kAllOff);
   }
   EXPECT_EQ(provider.messages, Messages{});
   EXPECT_TRUE(provider.destroyed.empty());
+}
+
+TEST(LogClient, WithoutAProviderDoesNothing) {
+  RecordingProvider provider;
+  InstalledInterface::Install(nullptr);
+  ExpectNothingDone(L"A", provider);
+}
+
+TEST(LogClient, WithoutALoggerDoesNothing) {
+  RecordingProvider provider;
+  ExpectNothingDone(L".", provider);
 }
 
 TEST(LogClient, WhoseLoggerCouldNotBeMadeDoesNothing) {
   RecordingProvider provider;
   provider.failCreation = true;
-  {
-    const LogClient client(L"A");
-    UseAll(client);
-    EXPECT_EQ(Queries(client), kAllOff);
-  }
-  EXPECT_EQ(provider.messages, Messages{});
-  EXPECT_TRUE(provider.destroyed.empty());
+  ExpectNothingDone(L"A", provider);
 }
 
 TEST(LogClient, DoesWithoutTheFunctionsThatAProviderLacks) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdint>
 #include <vector>
 
 #include "log/LogInterface.h"
@@ -29,6 +31,26 @@ class ProviderTest : public ::testing::Test {
   std::vector<int> Queries(HLOGGER logger) {
     return {m_log.isFatal(logger), m_log.isError(logger), m_log.isWarning(logger), m_log.isInfo(logger),
             m_log.isDebug(logger)};
+  }
+
+  /// Expects nothing to come of a handle that is not one of a logger of `Impl`.
+  template <typename Impl>
+  void ExpectRefused(HLOGGER handle) {
+    EXPECT_EQ(Impl::FromHandle(handle), nullptr);
+    EXPECT_EQ(Queries(handle), std::vector<int>(5, 0));
+    WriteAll(handle);
+    m_log.destroy(handle);
+  }
+
+  /// Expects that of null, and of what begins like a logger of `Impl` but for its size or its magic.
+  template <typename Impl>
+  void ExpectImpostorsRefused(uint64_t magic) {
+    using Words = std::array<uint64_t, (sizeof(Impl) + 7) / 8>;
+    Words ofAnotherSize{sizeof(Impl) + 1, magic, 5};
+    Words ofAnotherMagic{sizeof(Impl), magic + 1, 5};
+    ExpectRefused<Impl>(nullptr);
+    ExpectRefused<Impl>(ofAnotherSize.data());
+    ExpectRefused<Impl>(ofAnotherMagic.data());
   }
 
   QEL_LogInterface m_log{};

@@ -37,6 +37,32 @@ class TokenLog : public ::testing::Test {
 
   Texts Lines() const { return LogTexts(m_log); }
 
+  /// Expects the log to hold, for each of `letters`, this many lines of that letter alone, each `length` long.
+  void ExpectLetters(const std::string& letters, size_t length, int linesEach) const {
+    std::map<char, int> lines;
+    for (const LogLine& line : LogLines(m_log)) {
+      ASSERT_TRUE(line.whole);
+      ASSERT_TRUE(line.message == std::string(length, line.message.at(0))) << line.message.size() << " characters";
+      ++lines[line.message.at(0)];
+    }
+    for (const char letter : letters) EXPECT_EQ(lines[letter], linesEach) << letter;
+    EXPECT_EQ(lines.size(), letters.size());
+  }
+
+  /// Lets two processes write at once, so many lines of such a length each, and expects every line to be whole.
+  void ExpectTwoProcessesToKeepTheirLinesWhole(int lines, int length) {
+    const auto write = [&](const char* letter) {
+      return std::async(std::launch::async, [=] {
+        Do({"start", "repeat", std::to_string(lines), std::to_string(length), letter});
+      });
+    };
+    auto one = write("a");
+    auto other = write("b");
+    one.get();
+    other.get();
+    ExpectLetters("ab", length, lines);
+  }
+
   TemporaryDirectory m_folder;
   fs::path m_home = m_folder.Path();
   fs::path m_documents = m_home / "Documents";
@@ -224,42 +250,17 @@ TEST_F(TokenLog, WritesAMessageOfAMegabyteWhole) {
 
 // Threads and processes
 
-void ExpectLetters(const fs::path& log, const std::string& letters, size_t length, int linesEach) {
-  std::map<char, int> lines;
-  for (const LogLine& line : LogLines(log)) {
-    ASSERT_TRUE(line.whole);
-    ASSERT_TRUE(line.message == std::string(length, line.message.at(0))) << line.message.size() << " characters";
-    ++lines[line.message.at(0)];
-  }
-  for (const char letter : letters) EXPECT_EQ(lines[letter], linesEach) << letter;
-  EXPECT_EQ(lines.size(), letters.size());
-}
-
 TEST_F(TokenLog, KeepsTheLinesOfEightThreadsWhole) {
   Do({"start", "threads", "50"});
-  ExpectLetters(m_log, "abcdefgh", 100, 50);
+  ExpectLetters("abcdefgh", 100, 50);
 }
 
 TEST_F(TokenLog, KeepsTheLinesOfTwoProcessesWhole) {
-  const auto write = [this](const char* letter) {
-    return std::async(std::launch::async, [this, letter] { Do({"start", "repeat", "300", "200", letter}); });
-  };
-  auto one = write("a");
-  auto other = write("b");
-  one.get();
-  other.get();
-  ExpectLetters(m_log, "ab", 200, 300);
+  ExpectTwoProcessesToKeepTheirLinesWhole(300, 200);
 }
 
 TEST_F(TokenLog, KeepsLongLinesOfTwoProcessesWhole) {
-  const auto write = [this](const char* letter) {
-    return std::async(std::launch::async, [this, letter] { Do({"start", "repeat", "60", "50000", letter}); });
-  };
-  auto one = write("a");
-  auto other = write("b");
-  one.get();
-  other.get();
-  ExpectLetters(m_log, "ab", 50000, 60);
+  ExpectTwoProcessesToKeepTheirLinesWhole(60, 50000);
 }
 
 // Exit

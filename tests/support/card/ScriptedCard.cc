@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace TestCard {
 namespace {
@@ -88,6 +89,14 @@ Fill KeepTemplate(std::vector<TemplateRow>& rows, Fill then) {
     }
     if (then) then(call);
   };
+}
+
+std::vector<Row> Search(std::vector<CK_OBJECT_HANDLE> found, std::vector<TemplateRow>* rows) {
+  std::vector<Row> calls = {{"C_FindObjectsInit", CKR_OK, rows != nullptr ? KeepTemplate(*rows) : nullptr}};
+  if (!found.empty()) calls.push_back({"C_FindObjects", CKR_OK, Handles(std::move(found))});
+  calls.push_back({"C_FindObjects"});
+  calls.push_back({"C_FindObjectsFinal"});
+  return calls;
 }
 
 Fill State(CK_STATE state) {

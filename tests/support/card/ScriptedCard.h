@@ -54,4 +54,7 @@ using TemplateRow = std::pair<CK_ATTRIBUTE_TYPE, std::vector<CK_BYTE>>;
 /// Keeps the call's template in `rows`, then fills what `then` fills.
 Fill KeepTemplate(std::vector<TemplateRow>& rows, Fill then = nullptr);
 
+/// The calls of a search that finds these objects in one batch; its template goes to `rows` unless that is null.
+std::vector<Row> Search(std::vector<CK_OBJECT_HANDLE> found, std::vector<TemplateRow>* rows = nullptr);
+
 }  // namespace TestCard
