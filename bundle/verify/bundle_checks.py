@@ -16,6 +16,7 @@ RUNTIME_FLAG, AD_HOC_FLAG = 0x10000, 0x2
 _SANDBOX = "com.apple.security."
 _ABSOLUTE = _SANDBOX + "temporary-exception.files.absolute-path.read-only"
 _HOME = _SANDBOX + "temporary-exception.files.home-relative-path.read-only"
+_ADDED_BY_SIGNING = {"com.apple.application-identifier", "com.apple.developer.team-identifier"}
 
 
 def expected_entitlements(vendor):
@@ -117,31 +118,33 @@ def _entitlement_sets(piece, beside):
         yield f"{piece.label}: unsigned, and {beside.name} is not beside the app", None
 
 
+def _extension_entitlement_defects(where, found, images):
+    absolute = found.get(_ABSOLUTE)
+    files = [str(p) for p in absolute] if isinstance(absolute, list) else []
+    vendor = next((m.group(1) for p in files if (m := re.fullmatch(r"/Library/Preferences/(.+)\.Tarnwell\.ini", p))), "")
+    expected = expected_entitlements(vendor)
+    for key in sorted(expected.keys() | found.keys() - _ADDED_BY_SIGNING):
+        if key not in found:
+            yield f"{where}: {key} is missing"
+        elif key not in expected:
+            yield f"{where}: {key} must not be there"
+        elif found[key] != expected[key]:
+            yield f"{where}: {key} is {found[key]!r}, not {expected[key]!r}"
+    for processor, image in images.items():
+        if vendor and f"/Preferences/{vendor}.Tarnwell.ini".encode() not in image.data:
+            yield f"{where}: grants {vendor}.Tarnwell.ini, which the {processor} executable does not read"
+
+
+def _app_entitlement_defects(where, found):
+    if found.keys() - _ADDED_BY_SIGNING:
+        yield f"{where}: the app needs no entitlements, found {', '.join(sorted(found))}"
+
+
 def entitlement_defects(app, extension):
     for where, found in _entitlement_sets(extension, app.folder.parent / "Extension.entitlements"):
-        if found is None:
-            yield where
-            continue
-        absolute = found.get(_ABSOLUTE)
-        files = [str(p) for p in absolute] if isinstance(absolute, list) else []
-        vendor = next((m.group(1) for p in files if (m := re.fullmatch(r"/Library/Preferences/(.+)\.Tarnwell\.ini", p))), "")
-        expected = expected_entitlements(vendor)
-        for key in sorted(expected.keys() | found.keys()):
-            if key not in found:
-                yield f"{where}: {key} is missing"
-            elif key not in expected:
-                if key not in ("com.apple.application-identifier", "com.apple.developer.team-identifier"):
-                    yield f"{where}: {key} must not be there"
-            elif found[key] != expected[key]:
-                yield f"{where}: {key} is {found[key]!r}, not {expected[key]!r}"
-        for processor, image in extension.images.items():
-            if vendor and f"/Preferences/{vendor}.Tarnwell.ini".encode() not in image.data:
-                yield f"{where}: grants {vendor}.Tarnwell.ini, which the {processor} executable does not read"
+        yield from [where] if found is None else _extension_entitlement_defects(where, found, extension.images)
     for where, found in _entitlement_sets(app, app.folder.parent / "App.entitlements"):
-        if found is None:
-            yield where
-        elif set(found) - {"com.apple.application-identifier", "com.apple.developer.team-identifier"}:
-            yield f"{where}: the app needs no entitlements, found {', '.join(sorted(found))}"
+        yield from [where] if found is None else _app_entitlement_defects(where, found)
 
 
 def signature_defects(app, extension):
