@@ -23,9 +23,6 @@ class TarnwellPkcs11Module {
   TarnwellPkcs11Module(const TarnwellPkcs11Module&) = delete;
   TarnwellPkcs11Module& operator=(const TarnwellPkcs11Module&) = delete;
 
-  /// Returns the library's function list; owned by the library.
-  CK_FUNCTION_LIST* FunctionList() const noexcept { return m_functionList; }
-
   /// Returns the vendor's C_GetSlotType, or null when the library does not export it.
   CK_C_GetSlotType GetSlotTypeFn() const noexcept { return m_getSlotType; }
 

@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "tests/pkcs11/CardTest.h"
+#include "tests/support/card/FakeCard.h"
 
 using namespace TestCard;
 
