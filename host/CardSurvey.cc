@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "host/Listing.h"
+#include "host/TerminalText.h"
 #include "platform/wire/Hex.h"
 #include "softcard/Names.h"
 #include "softcard/Pkcs11.h"

@@ -9,6 +9,7 @@
 #include "host/Pem.h"
 #include "host/Service.h"
 #include "host/SignatureNames.h"
+#include "host/Terminal.h"
 
 namespace Host {
 namespace {
@@ -48,7 +49,7 @@ void UseKey(const Options& options, const std::string& id, const std::string& pa
 
 void ShowReaders(const Options& options) {
   const std::vector<Reader> readers = ChosenReaders(options);
-  options.json ? PrintJson(ReadersJson(readers)) : Print(ReadersText(readers));
+  options.json ? PrintJson(ReadersJson(readers)) : Print(ReadersText(readers, OutputPage()));
   const std::string problem = ServiceProblem();
   if (!problem.empty()) std::fprintf(stderr, "Soft readers only: %s.\n", problem.c_str());
 }
@@ -56,14 +57,12 @@ void ShowReaders(const Options& options) {
 void ListItems(const Options& options) {
   ExtensionProcess process = MakeProcess(options);
   json all = json::array();
+  std::string text;
   for (const auto& token : OpenTokens(options, process)) {
-    if (options.json) {
-      all.push_back(TokenJson(token->Reader(), token->InstanceID(), token->Items()));
-    } else {
-      Print(TokenText(token->Reader(), token->InstanceID(), token->Items()));
-    }
+    all.push_back(TokenJson(token->Reader(), token->InstanceID(), token->Items()));
+    text += (text.empty() ? "" : "\n") + TokenText(token->Reader(), token->InstanceID(), token->Items(), OutputPage());
   }
-  if (options.json) PrintJson(all);
+  options.json ? PrintJson(all) : Print(text);
 }
 
 void Sign(const Options& options, const SignArguments& arguments) {

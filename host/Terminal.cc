@@ -29,12 +29,22 @@ bool IsSet(const char* variable) {
 
 }  // namespace
 
-bool CanRedraw() {
-  return isatty(STDOUT_FILENO) != 0 && IsSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
+bool CanRedraw(int descriptor) {
+  return isatty(descriptor) != 0 && IsSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
 }
 
 bool UsesColours() {
-  return !IsSet("NO_COLOR");
+  return CanRedraw(STDOUT_FILENO) && !IsSet("NO_COLOR");
+}
+
+TerminalSize SizeOf(int descriptor) {
+  winsize size = {};
+  if (ioctl(descriptor, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {};
+  return {size.ws_col, size.ws_row};
+}
+
+Page OutputPage() {
+  return {SizeOf(STDOUT_FILENO).columns, UsesColours()};
 }
 
 FullScreen::FullScreen() {
@@ -51,12 +61,6 @@ FullScreen::FullScreen() {
 FullScreen::~FullScreen() {
   WriteAll(kLeave);
   if (m_keys >= 0) tcsetattr(m_keys, TCSAFLUSH, &m_before);
-}
-
-TerminalSize FullScreen::Size() const {
-  winsize size = {};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) return {};
-  return {size.ws_col, size.ws_row};
 }
 
 void FullScreen::Draw(const std::vector<std::string>& lines) const {

@@ -5,18 +5,26 @@
 #include <string>
 #include <vector>
 
+#include "host/TerminalText.h"
+
 namespace Host {
 
-/// Whether standard output is a terminal whose screen can be redrawn.
-bool CanRedraw();
+/// Whether there is a terminal at `descriptor` and what it shows can be redrawn.
+bool CanRedraw(int descriptor);
 
-/// Whether to use colours on a terminal: unless NO_COLOR is set to anything.
+/// Whether to use colours on standard output: where it can be redrawn, unless NO_COLOR is set to anything.
 bool UsesColours();
 
 struct TerminalSize {
   size_t columns = 80;
   size_t rows = 24;
 };
+
+/// Of the terminal at `descriptor`; the default where there is none.
+TerminalSize SizeOf(int descriptor);
+
+/// What standard output is laid out for.
+Page OutputPage();
 
 /// The terminal as a screen that is drawn as a whole. What it showed before is back when this object ends.
 class FullScreen {
@@ -26,7 +34,6 @@ class FullScreen {
   FullScreen(const FullScreen&) = delete;
   FullScreen& operator=(const FullScreen&) = delete;
 
-  TerminalSize Size() const;
   /// Replaces what is shown. No line may be longer than the terminal's; there may be no more than its rows.
   void Draw(const std::vector<std::string>& lines) const;
 

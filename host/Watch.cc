@@ -77,7 +77,7 @@ class Watcher {
     const unsigned long insertion = InsertionOf(reader);
     if (!isNew && insertion == followed.insertion) return followed.shown;
     followed.insertion = insertion;
-    followed.shown = {reader.name, reader.hasCard ? State::Reading : State::Empty, nullptr, ""};
+    followed.shown = {reader.name, reader.hasCard ? State::Reading : State::Empty, "", {}, ""};
     TellOfReader(reader.name, reader.hasCard ? "card" : "empty");
     return followed.shown;
   }
@@ -88,10 +88,11 @@ class Watcher {
       followed.token = std::make_unique<CardToken>(m_process, reader.name);
       const CardToken& token = *followed.token;
       reader.state = State::Token;
-      reader.token = TokenJson(reader.name, token.InstanceID(), token.Items());
+      reader.instanceID = token.InstanceID();
+      reader.items = RowsOf(token.Items());
       m_view.Tell(
           {"token " + token.InstanceID() + " of " + std::to_string(token.Items().size()) + " items in " + reader.name,
-           {{"event", "token"}, {"token", reader.token}}});
+           {{"event", "token"}, {"token", TokenJson(reader.name, token.InstanceID(), token.Items())}}});
     } catch (const Failure& failure) {
       reader.state = State::Failed;
       reader.problem = failure.what();
@@ -142,7 +143,7 @@ void Watch(const Options& options) {
   ReaderMonitor monitor;
   // What a verbose command tells on standard error would spoil the screen.
   const std::unique_ptr<WatchView> view =
-      CanRedraw() && !options.json && !options.verbose ? MakeScreenView() : MakeLineView(options.json);
+      CanRedraw(STDOUT_FILENO) && !options.json && !options.verbose ? MakeScreenView() : MakeLineView(options.json);
   view->Tell({"watching", {{"event", "watching"}}});
   Watcher watcher(options, *view);
   while (true) {

@@ -1,9 +1,9 @@
 #include "host/WatchView.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <ctime>
-
-#include "host/Listing.h"
 
 namespace Host {
 namespace {
@@ -44,7 +44,7 @@ class ScreenView : public WatchView {
   }
 
   void Show(const WatchState& state) override {
-    m_screen.Draw(ScreenLines(state, m_recent, m_screen.Size(), UsesColours()));
+    m_screen.Draw(ScreenLines(state, m_recent, SizeOf(STDOUT_FILENO), UsesColours()));
   }
 
   int Keys() const override { return m_screen.Keys(); }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ItemTable.h"
 #include "host/Terminal.h"
 
 namespace Host {
@@ -21,8 +22,9 @@ struct WatchedReader {
 
   std::string name;
   State state = State::Empty;
-  nlohmann::json token;  ///< as `list --json` describes it; null without one
-  std::string problem;   ///< why the card gives no token
+  std::string instanceID;      ///< of the token
+  std::vector<ItemRow> items;  ///< of the token
+  std::string problem;         ///< why the card gives no token
 };
 
 struct WatchState {

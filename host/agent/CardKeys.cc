@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/Listing.h"
 #include "host/SignatureNames.h"
+#include "host/TerminalText.h"
 
 namespace Host {
 namespace {

@@ -5,7 +5,6 @@
 #include <ostream>
 
 #include "host/Files.h"
-#include "host/Listing.h"
 #include "host/PinSource.h"
 #include "tests/host/FakeCard.h"
 
@@ -99,6 +98,18 @@ TEST(CommandLine, ListPrintsTheItemsAsJson) {
   EXPECT_EQ(tokens[0]["items"][1]["constraints"]["sign"], "PINAlways");
 }
 
+TEST(CommandLine, ListPrintsARowForEachItemOfATokenInPlainText) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host({"list"}).output,
+            "Token QEL-FAKE in reader Test Reader\n"
+            "  KIND  ID    LABEL      TYPE      CAN                 PIN\n"
+            "  cert  11a1  first\n"
+            "  key   12a1  first      RSA-2048  sign decrypt login  yes\n"
+            "  key   12a2  twin       RSA-2048  sign decrypt login  yes\n"
+            "  key   12a3  twin       RSA-2048  sign decrypt login  yes\n"
+            "  key   12a4  unguarded  RSA-2048  sign decrypt login  -\n");
+}
+
 TEST(CommandLine, ExportWritesTheCertificateAsPem) {
   const FakeCard card;
   EXPECT_EQ(card.Host({"export", "--certificate", "first", "--out", card.Path("out")}).exitStatus, 0);
@@ -177,25 +188,6 @@ TEST(PinSource, RefusesALineThatIsTooLongForAPin) {
   const FakeCard card;
   card.Write("pin", std::string(1024, 'x') + "\n");
   EXPECT_THROW(Host::PinSource(card.Path("pin")).Read(std::nullopt), Host::Failure);
-}
-
-TEST(Listing, ALongLabelIsCutAndAControlCharacterIsNotShown) {
-  EXPECT_EQ(Host::ForTerminal("a\x1b[2Jb", 10), "a?[2Jb");
-  EXPECT_EQ(Host::ForTerminal("abcdefgh", 8), "abcdefgh");
-  EXPECT_EQ(Host::ForTerminal("abcdefghi", 8), "abcde...");
-  EXPECT_EQ(Host::ForTerminal("äöüäöüäöü", 8), "äöüäö...");
-}
-
-TEST(Listing, NoLineIsLongerThanEightyColumns) {
-  Wire::Item item;
-  item.objectID = "1201";
-  item.label = std::string(200, 'x');
-  item.constraints[Wire::Operation::SignData] = std::string(200, 'y');
-  const std::string text = Host::TokenText(std::string(100, 'r'), "QEL-1", {item});
-  size_t longest = 0, start = 0;
-  for (size_t end = text.find('\n'); end != std::string::npos; start = end + 1, end = text.find('\n', start))
-    longest = std::max(longest, end - start);
-  EXPECT_EQ(longest, 80u);
 }
 
 TEST(Files, AFailedWriteLeavesNothing) {

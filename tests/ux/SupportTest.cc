@@ -71,7 +71,7 @@ TEST(Support, TellsOfVersionsSettingsReadersItemsAndWhatIsSkipped) {
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.errors, "");
   EXPECT_THAT(result.output, AllOf(HasSubstr("ctkhost 1.0.0\n"), HasSubstr("Pkcs11:LogLevelPkcs11 = 0 (default)\n"),
-                                   HasSubstr("card   QEL Soft Reader 00\n"), HasSubstr("  key 12"),
+                                   HasSubstr("card   QEL Soft Reader 00\n"), HasSubstr("  key   12"),
                                    HasSubstr("library: SoftHSM"), HasSubstr("published with its key\n"),
                                    HasSubstr("skipped: not a user certificate (its category is 2, not 1)\n"),
                                    HasSubstr("QELToken.log is missing or empty")));

@@ -8,31 +8,27 @@ namespace {
 
 using Host::ScreenLines;
 using Host::WatchedReader;
-using nlohmann::json;
 using Lines = std::vector<std::string>;
 
-json Key(const std::string& label) {
-  return {{"kind", "key"},
-          {"objectID", "1203"},
-          {"label", label},
-          {"keyType", "EC P-256"},
-          {"capabilities", {"sign", "decrypt", "agree", "login"}}};
+Host::ItemRow Key(const std::string& label) {
+  return {"key", "1203", label, "EC P-256", "sign decrypt agree login", "yes"};
 }
 
-json Certificate(const std::string& label) {
-  return {{"kind", "certificate"}, {"objectID", "1103"}, {"label", label}};
+Host::ItemRow Certificate(const std::string& label) {
+  return {"cert", "1103", label, "", "", ""};
 }
 
-json Token(const json& items) {
-  return {{"instanceID", "QEL-1"}, {"items", items}};
+WatchedReader Card(const std::string& name, const std::vector<Host::ItemRow>& items) {
+  return {name, WatchedReader::State::Token, "QEL-1", items, ""};
 }
 
 Host::WatchState OneToken(size_t items) {
-  json all = json::array();
-  for (size_t i = 0; i < items; ++i) all.push_back(Key("A key whose label is longer than what a row has for it"));
-  return {{{"A reader whose name nobody but its maker would call short, with a contact and an antenna",
-            WatchedReader::State::Token, Token(all), ""},
-           {"Broken", WatchedReader::State::Failed, nullptr,
+  return {{Card("A reader whose name nobody but its maker would call short, with a contact and an antenna",
+                std::vector<Host::ItemRow>(items, Key("A key whose label is longer than what a row has for it"))),
+           {"Broken",
+            WatchedReader::State::Failed,
+            "",
+            {},
             "no token for the card in reader \"Broken\" (TKErrorDomain -8); is it a card of this maker?"}},
           "the smart-card service (pcscd) does not run; start it to use real readers"};
 }
@@ -40,17 +36,16 @@ Host::WatchState OneToken(size_t items) {
 const Lines kRecent = {"12:00:00  watching", "12:00:01  token QEL-1 of 4 items in Broken", "12:00:02  ended QEL-1"};
 
 TEST(WatchScreen, ShowsReadersTokensAndItemsInEightyColumns) {
-  const Host::WatchState state = {
-      {{"First", WatchedReader::State::Token, Token({Certificate("Mine"), Key("Signature key")}), ""},
-       {"Second", WatchedReader::State::Empty, nullptr, ""},
-       {"Third", WatchedReader::State::Reading, nullptr, ""}},
-      ""};
-  const auto row = [](std::string name, const char* reader) { return name.append(72 - name.size(), ' ') + reader; };
+  const Host::WatchState state = {{Card("First", {Certificate("Mine"), Key("Signature key")}),
+                                   {"Second", WatchedReader::State::Empty, "", {}, ""},
+                                   {"Third", WatchedReader::State::Reading, "", {}, ""}},
+                                  ""};
+  const auto row = [](std::string name, const char* reader) { return name.append(73 - name.size(), ' ') + reader; };
   EXPECT_EQ(ScreenLines(state, {}, {80, 24}, false),
             (Lines{"Readers and the tokens of their cards (q ends)", "", row("First", "card"), "  QEL-1, 2 items",
-                   "  certificate Mine                                      ",
-                   "  key         Signature key                    EC P-256 sign decrypt agree login", "",
-                   row("Second", "empty"), "", row("Third", "reading")}));
+                   "  KIND  ID    LABEL          TYPE      CAN                       PIN", "  cert  1103  Mine",
+                   "  key   1203  Signature key  EC P-256  sign decrypt agree login  yes", "", row("Second", "empty"),
+                   "", row("Third", "reading")}));
 }
 
 TEST(WatchScreen, TellsOfTheServiceAndOfACardWithoutAToken) {
@@ -93,9 +88,8 @@ TEST(WatchScreen, HasColoursOnlyWhenTheyAreWanted) {
   EXPECT_FALSE(std::any_of(plain.begin(), plain.end(), isColoured));
 }
 
-TEST(WatchScreen, NeutralizesWhatACardPutsIntoALabel) {
-  const Host::WatchState state = {
-      {{"First", WatchedReader::State::Token, Token(json::array({Key("\x1b[2Jgone")})), ""}}, ""};
+TEST(WatchScreen, NeutralizesWhatACardPutsIntoItsNames) {
+  const Host::WatchState state = {{Card("\x1b[2Jgone", {Key("\x1b[2Jgone")})}, ""};
   for (const std::string& line : ScreenLines(state, {}, {80, 24}, false))
     EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
 }
