@@ -37,7 +37,7 @@ void Deliver(const Options& options, const std::string& path, Wire::Bytes bytes,
 /// Runs `use` with a session for the key called `id` and gives its result to `path`.
 template <class Use>
 void UseKey(const Options& options, const std::string& id, const std::string& path, Secrecy secrecy, Use use) {
-  ExtensionProcess process = MakeProcess(options);
+  ExtensionProcess process = MakeProcess(options, Waiting::Shown);
   const CardTokens tokens = OpenTokens(options, process);
   const FoundItem key = FindItem(tokens, Wire::Item::Kind::Key, id);
   const PinSource pins(options.pinFile);
@@ -55,7 +55,7 @@ void ShowReaders(const Options& options) {
 }
 
 void ListItems(const Options& options) {
-  ExtensionProcess process = MakeProcess(options);
+  ExtensionProcess process = MakeProcess(options, Waiting::Shown);
   json all = json::array();
   std::string text;
   for (const auto& token : OpenTokens(options, process)) {
@@ -86,7 +86,7 @@ void Agree(const Options& options, const AgreeArguments& arguments) {
 }
 
 void Export(const Options& options, const ExportArguments& arguments) {
-  ExtensionProcess process = MakeProcess(options);
+  ExtensionProcess process = MakeProcess(options, Waiting::Shown);
   const CardTokens tokens = OpenTokens(options, process);
   const FoundItem found = FindItem(tokens, Wire::Item::Kind::Certificate, arguments.certificate);
   Deliver(options, arguments.out, PemFromCertificate(found.item->certificate), Secrecy::Public);

@@ -23,7 +23,7 @@ using std::chrono::milliseconds;
 constexpr int kExtensionSocket = 3;
 constexpr milliseconds kPatienceAtEnd{5000};
 constexpr milliseconds kPatienceAfterCrash{500};
-constexpr char kNextRequest[] = "; the next request starts it again";
+constexpr char kTryAgain[] = "; try again, and if it fails again, show a help desk what 'ctkhost support' prints";
 
 /// What the child gets: nothing to read, the host's standard error for both outputs, the socket, no other descriptor.
 class ChildDescriptors {
@@ -64,6 +64,12 @@ int Confined(const std::vector<SandboxRule>& rules, const std::function<int()>& 
   return result;
 }
 
+std::string InWords(milliseconds time) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  if (seconds != time) return std::to_string(time.count()) + " ms";
+  return std::to_string(seconds.count()) + (seconds.count() == 1 ? " second" : " seconds");
+}
+
 std::string EndOf(int status) {
   if (WIFSIGNALED(status))
     return "was ended by signal " + std::to_string(WTERMSIG(status)) + " (" + strsignal(WTERMSIG(status)) + ")";
@@ -81,13 +87,14 @@ std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer) {
 }
 
 ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer,
-                                   Confinement confinement, Stopwatch stopwatch)
+                                   Confinement confinement, Stopwatch stopwatch, Waiting waiting)
     : m_bundle(bundle.has_filename() ? bundle : bundle.parent_path()),
       m_executable(m_bundle / "Contents/MacOS" / m_bundle.stem()),
       m_timeout(timeout),
       m_observer(std::move(observer)),
       m_stopwatch(std::move(stopwatch)),
-      m_confinement(confinement) {}
+      m_confinement(confinement),
+      m_waiting(waiting) {}
 
 ExtensionProcess::~ExtensionProcess() {
   if (IsRunning()) End(kPatienceAtEnd);
@@ -156,19 +163,21 @@ std::vector<SandboxRule> ExtensionProcess::SandboxRules() const {
 }
 
 void ExtensionProcess::Greet() {
-  const auto greeting = Observed("hello", [](Wire::Client& client) { return client.Hello(); });
+  const auto greeting = Observed({"hello", "starting the extension", "Starting the extension"},
+                                 [](Wire::Client& client) { return client.Hello(); });
   if (greeting && greeting->version == Wire::ProtocolVersion) return;
   End(kPatienceAfterCrash);
   throw Failure(ExitStatus::Failed, greeting ? "the extension was built for another host; build both again"
                                              : "the extension refused the greeting (" + Describe(greeting.error) + ")");
 }
 
-Failure ExtensionProcess::Lost(const std::string& what, const Wire::ProtocolError& problem) {
+Failure ExtensionProcess::Lost(const Task& task, const Wire::ProtocolError& problem) {
   using Kind = Wire::ProtocolError::Kind;
-  std::string text;
+  std::string text, advice = kTryAgain;
   if (problem.kind() == Kind::TimedOut) {
     End(milliseconds(0));
-    text = "the extension did not answer in " + std::to_string(m_timeout.count()) + " ms and was ended";
+    text = "the extension did not answer within " + InWords(m_timeout) + " and was ended";
+    advice = "; try again, with a longer --timeout if the card needs it";
   } else if (problem.kind() == Kind::Closed || problem.kind() == Kind::Truncated) {
     text = "the extension " + EndOf(End(kPatienceAfterCrash));
   } else {
@@ -176,7 +185,7 @@ Failure ExtensionProcess::Lost(const std::string& what, const Wire::ProtocolErro
     text = std::string("the extension's answer is not understood (") + problem.what() + ") and it was ended";
   }
   Note("<- " + text);
-  return {ExitStatus::Failed, what + " failed: " + text + kNextRequest};
+  return {ExitStatus::Failed, task.what + " failed: " + text + advice};
 }
 
 int ExtensionProcess::End(milliseconds patience) {

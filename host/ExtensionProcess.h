@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/Failure.h"
+#include "host/Progress.h"
 #include "host/Sandbox.h"
 #include "platform/wire/Client.h"
 
@@ -30,6 +32,23 @@ std::string OutcomeOf(const Wire::Answer<T>& answer) {
   return answer ? "done" : Describe(answer.error);
 }
 
+/// A request, in the words of everybody who is told of it.
+struct Task {
+  /// `request` for observers, such as "finishAuth none"; `what` for the user when it fails, such as "login"; `wait` for
+  /// the user while it lasts.
+  Task(std::string request, std::string what, const char* wait = "Waiting for the card")
+      : request(std::move(request)), what(std::move(what)), wait(wait) {}
+  /// For a caller who is no user.
+  Task(const char* request) : Task(request, request) {}
+
+  std::string request;
+  std::string what;
+  const char* wait;
+};
+
+/// Whether the user is shown what is waited for.
+enum class Waiting { Silent, Shown };
+
 /// Whether the extension's process is kept to what its entitlements allow, where the kernel can do that.
 enum class Confinement { None, Entitlements };
 
@@ -39,7 +58,8 @@ class ExtensionProcess {
  public:
   /// `bundle` is NAME.appex with the executable Contents/MacOS/NAME. `timeout` is how long one answer may take.
   ExtensionProcess(const std::filesystem::path& bundle, std::chrono::milliseconds timeout, Observer observer = {},
-                   Confinement confinement = Confinement::None, Stopwatch stopwatch = {});
+                   Confinement confinement = Confinement::None, Stopwatch stopwatch = {},
+                   Waiting waiting = Waiting::Silent);
 
   /// Closes the socket and waits until the extension has left; ends it when it does not.
   ~ExtensionProcess();
@@ -47,12 +67,12 @@ class ExtensionProcess {
   ExtensionProcess(const ExtensionProcess&) = delete;
   ExtensionProcess& operator=(const ExtensionProcess&) = delete;
 
-  /// Asks with `request`, a function of Wire::Client& that returns an answer; `what` names it in messages.
+  /// Asks with `request`, a function of Wire::Client& that returns an answer.
   /// Throws Failure when the process cannot be started, ends, does not answer in time or is not understood.
   template <class Request>
-  auto Ask(const std::string& what, Request request) {
+  auto Ask(const Task& task, Request request) {
     Start();
-    return Observed(what, request);
+    return Observed(task, request);
   }
 
   /// Changes with every start: identifiers of another run mean nothing to this one.
@@ -62,18 +82,25 @@ class ExtensionProcess {
 
  private:
   template <class Request>
-  auto Observed(const std::string& what, Request request) {
-    Note("-> " + what);
+  auto Observed(const Task& task, Request request) {
+    Note("-> " + task.request);
     try {
       Wire::Client client(*m_channel);
       const auto start = std::chrono::steady_clock::now();
-      auto answer = request(client);
-      if (m_stopwatch) m_stopwatch(what, std::chrono::steady_clock::now() - start, m_channel->LastDuration());
+      auto answer = Answered(task, request, client);
+      if (m_stopwatch) m_stopwatch(task.request, std::chrono::steady_clock::now() - start, m_channel->LastDuration());
       Note("<- " + OutcomeOf(answer));
       return answer;
     } catch (const Wire::ProtocolError& problem) {
-      throw Lost(what, problem);
+      throw Lost(task, problem);
     }
+  }
+
+  template <class Request>
+  auto Answered(const Task& task, Request request, Wire::Client& client) {
+    std::optional<Progress> progress;
+    if (m_waiting == Waiting::Shown) progress.emplace(task.wait);
+    return request(client);
   }
 
   void Start();
@@ -81,7 +108,7 @@ class ExtensionProcess {
   std::vector<SandboxRule> SandboxRules() const;
   void Greet();
   void Note(const std::string& line) const;
-  Failure Lost(const std::string& what, const Wire::ProtocolError& problem);
+  Failure Lost(const Task& task, const Wire::ProtocolError& problem);
   /// Waits for the end, `patience` long, then forces it. Returns the wait status.
   int End(std::chrono::milliseconds patience);
 
@@ -90,6 +117,7 @@ class ExtensionProcess {
   Observer m_observer;
   Stopwatch m_stopwatch;
   Confinement m_confinement;
+  Waiting m_waiting;
   std::unique_ptr<Wire::Channel> m_channel;
   pid_t m_process = 0;
   int m_run = 0;

@@ -12,6 +12,7 @@ using Wire::Bytes;
 
 // As often as the platform's client asks before it gives up.
 constexpr int kRounds = 20;
+constexpr char kLogin[] = "login";
 
 const char* NameOf(Wire::Operation operation) {
   switch (operation) {
@@ -39,8 +40,8 @@ size_t BlockLength(const Wire::Item& key) {
 }  // namespace
 
 KeySession::KeySession(const CardToken& token, const PinSource& pins) : m_token(token), m_pins(pins) {
-  const auto answer =
-      m_token.Process().Ask("createSession", [&](Wire::Client& client) { return client.CreateSession(m_token.ID()); });
+  const auto answer = m_token.Process().Ask({"createSession", "opening the card"},
+                                            [&](Wire::Client& client) { return client.CreateSession(m_token.ID()); });
   if (!answer)
     throw Failure(ExitStatus::Failed, "the card gave no session (" + Describe(answer.error) + "); insert it again");
   m_session = *answer;
@@ -49,9 +50,10 @@ KeySession::KeySession(const CardToken& token, const PinSource& pins) : m_token(
 Wire::Algorithms KeySession::Walk(Wire::Operation operation, const Wire::Item& key, const std::string& algorithm,
                                   Bytes* data) {
   const auto supports = [&](const Candidate& candidate) {
-    const auto answer = m_token.Process().Ask("supportsOperation " + Listed(candidate.algorithms), [&](auto& client) {
-      return client.SupportsOperation(m_session, candidate.operation, key.objectID, candidate.algorithms);
-    });
+    const auto answer = m_token.Process().Ask(
+        {"supportsOperation " + Listed(candidate.algorithms), NameOf(operation)}, [&](auto& client) {
+          return client.SupportsOperation(m_session, candidate.operation, key.objectID, candidate.algorithms);
+        });
     return answer && *answer;
   };
   const auto found = FindSupported(operation, algorithm, supports);
@@ -100,7 +102,7 @@ Bytes KeySession::Perform(Wire::Operation number, const std::string& call, const
 Bytes KeySession::Attempt(Wire::Operation number, const std::string& call, const Wire::Item& key,
                           const Operation& operation) {
   for (int round = 0; round < kRounds; ++round) {
-    auto answer = m_token.Process().Ask(call, operation);
+    auto answer = m_token.Process().Ask({call, NameOf(number)}, operation);
     if (answer) return *std::move(answer.value);
     if (!IsTokenKitError(answer.error, kAuthenticationNeeded)) throw OperationFailure(NameOf(number), answer.error);
     Authenticate(number, key);
@@ -114,20 +116,23 @@ void KeySession::Authenticate(Wire::Operation number, const Wire::Item& key) {
   if (constraint == key.constraints.end() || constraint->second == false)
     throw Failure(ExitStatus::NotSupported, std::string(NameOf(number)) + " needs a login that key " + key.objectID +
                                                 " does not offer; use another key");
-  const auto begun = m_token.Process().Ask("beginAuth " + constraint->second.dump(), [&](Wire::Client& client) {
-    return client.BeginAuth(m_session, number, constraint->second);
-  });
-  if (!begun) throw OperationFailure("login", begun.error);
+  const auto begun = m_token.Process().Ask(
+      {"beginAuth " + constraint->second.dump(), kLogin},
+      [&](Wire::Client& client) { return client.BeginAuth(m_session, number, constraint->second); });
+  if (!begun) throw OperationFailure(kLogin, begun.error);
 
   std::optional<Wire::Attachment> pin;
-  if (begun->kind != "none") pin = m_pins.Read(PinTriesLeft(m_token.Reader(), key.objectID));
-  const auto finished = m_token.Process().Ask(
-      "finishAuth " + begun->kind, [&](Wire::Client& client) { return client.FinishAuth(begun->id, std::move(pin)); });
+  const bool hasPinPad = begun->kind == "none";
+  if (!hasPinPad) pin = m_pins.Read(PinTriesLeft(m_token.Reader(), key.objectID));
+  const char* const wait = hasPinPad ? "Waiting for the PIN on the reader" : "Checking the PIN";
+  const auto finished = m_token.Process().Ask({"finishAuth " + begun->kind, kLogin, wait}, [&](Wire::Client& client) {
+    return client.FinishAuth(begun->id, std::move(pin));
+  });
   if (!finished) throw LoginFailure(key, finished.error);
 }
 
 Failure KeySession::LoginFailure(const Wire::Item& key, const std::optional<Wire::Error>& error) const {
-  if (error && !IsTokenKitError(error, kBadParameter)) return OperationFailure("login", error);
+  if (error && !IsTokenKitError(error, kBadParameter)) return OperationFailure(kLogin, error);
   const std::optional<int> tries = PinTriesLeft(m_token.Reader(), key.objectID);
   const std::string locked = "the PIN is locked: unlock it with 'softcard unlock'";
   std::string text;

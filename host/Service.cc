@@ -26,10 +26,11 @@ Stopwatch TellTimes(bool json) {
 
 }  // namespace
 
-ExtensionProcess MakeProcess(const Options& options) {
+ExtensionProcess MakeProcess(const Options& options, Waiting waiting) {
   return ExtensionProcess(options.extension, options.timeout, options.verbose ? TellOnStandardError : Observer(),
                           options.sandbox ? Confinement::Entitlements : Confinement::None,
-                          options.timing ? TellTimes(options.json) : Stopwatch());
+                          options.timing ? TellTimes(options.json) : Stopwatch(),
+                          Progress::IsPossible() ? waiting : Waiting::Silent);
 }
 
 std::vector<Reader> ChosenReaders(const Options& options) {

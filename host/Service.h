@@ -8,8 +8,9 @@
 
 namespace Host {
 
-/// The extension of a command's options; requests and outcomes go to standard error when the command is verbose.
-ExtensionProcess MakeProcess(const Options& options);
+/// The extension of a command's options; requests and outcomes go to standard error when the command is verbose. What
+/// is waited for is shown to a user at a terminal only.
+ExtensionProcess MakeProcess(const Options& options, Waiting waiting = Waiting::Silent);
 
 /// The readers that the command looks at. Throws Failure (no token) when there are none.
 std::vector<Reader> ChosenReaders(const Options& options);

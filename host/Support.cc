@@ -115,7 +115,7 @@ std::string Report(const Options& options) {
   LibraryTrace trace;
   std::string published;
   {
-    ExtensionProcess process = MakeProcess(options);
+    ExtensionProcess process = MakeProcess(options, Waiting::Shown);
     published = Published(options, process);
   }
   const std::vector<LibraryCall> calls = trace.NewCalls();

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "host/Failure.h"
 #include "host/Files.h"
 #include "host/PinSource.h"
 #include "tests/host/FakeCard.h"

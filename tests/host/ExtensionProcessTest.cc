@@ -25,7 +25,8 @@ class ExtensionProcessTest : public ::testing::Test {
   ~ExtensionProcessTest() override { unsetenv("FAKE_EXTENSION"); }
 
   static auto Ask(ExtensionProcess& process) {
-    return process.Ask("createSession", [](Wire::Client& client) { return client.CreateSession(1); });
+    return process.Ask({"createSession", "opening the card"},
+                       [](Wire::Client& client) { return client.CreateSession(1); });
   }
 
   static std::string FailureOf(ExtensionProcess& process) {
@@ -59,7 +60,8 @@ TEST_F(ExtensionProcessTest, LeavesByItselfWhenTheHostIsDone) {
 
 struct End {
   const char* instruction;
-  const char* message;
+  const char* what;
+  const char* advice;
 };
 
 void PrintTo(const End& end, std::ostream* out) {
@@ -71,24 +73,21 @@ class Ends : public ExtensionProcessTest, public ::testing::WithParamInterface<E
 TEST_P(Ends, CostOneRequestAndTheNextStartsAnotherProcess) {
   m_card.Script("createSession", {GetParam().instruction, "ok"});
   ExtensionProcess process(QEL_FAKE_BUNDLE, kTimeout);
-  EXPECT_EQ(FailureOf(process), GetParam().message);
+  EXPECT_EQ(FailureOf(process), std::string("opening the card failed: ") + GetParam().what + GetParam().advice);
   EXPECT_FALSE(process.IsRunning());
   EXPECT_EQ(*Ask(process), 8);
   EXPECT_EQ(process.Run(), 2);
 }
 
+const char kTryAgain[] = "; try again, and if it fails again, show a help desk what 'ctkhost support' prints";
 const End kEnds[] = {
-    {"crash",
-     "createSession failed: the extension was ended by signal 11 (Segmentation fault); the next request starts "
-     "it again"},
-    {"exit 3", "createSession failed: the extension ended with status 3; the next request starts it again"},
-    {"hang",
-     "createSession failed: the extension did not answer in 500 ms and was ended; the next request starts it "
-     "again"},
-    {"garbage",
-     "createSession failed: the extension's answer is not understood (the header is not a JSON object) and it "
-     "was ended; the next request starts it again"},
-    {"truncated", "createSession failed: the extension ended with status 0; the next request starts it again"},
+    {"crash", "the extension was ended by signal 11 (Segmentation fault)", kTryAgain},
+    {"exit 3", "the extension ended with status 3", kTryAgain},
+    {"hang", "the extension did not answer within 500 ms and was ended",
+     "; try again, with a longer --timeout if the card needs it"},
+    {"garbage", "the extension's answer is not understood (the header is not a JSON object) and it was ended",
+     kTryAgain},
+    {"truncated", "the extension ended with status 0", kTryAgain},
 };
 
 INSTANTIATE_TEST_SUITE_P(ExtensionProcess, Ends, ::testing::ValuesIn(kEnds));

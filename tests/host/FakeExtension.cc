@@ -6,6 +6,7 @@
 //   none                     fails without one
 //   no                       says no (supportsOperation)
 //   kind KIND                begins an authentication of that kind (beginAuth)
+//   slow MILLISECONDS        answers as a healthy extension would, but later
 //   hang | crash | exit N    does not answer, ends by a signal, or ends
 //   garbage | truncated      answers what is no message
 //
@@ -16,11 +17,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <thread>
 
 #include "platform/wire/Client.h"
 
@@ -123,6 +126,10 @@ Message Follow(int socket, const std::string& instruction, const Message& reques
   if (verb == "exit") {
     words >> number;
     _exit(number);
+  }
+  if (verb == "slow") {
+    words >> number;
+    std::this_thread::sleep_for(std::chrono::milliseconds(number));
   }
   if (verb == "crash") raise(SIGSEGV);
   if (verb == "garbage") SendRaw(socket, "\x03\0\0\0\0\0\0\0{]}", 11);

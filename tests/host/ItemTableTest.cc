@@ -68,7 +68,7 @@ TEST(ItemTable, LeavesOutColumnsFromTheRightWhenThereIsNoRoomAndNamesThem) {
 TEST(ItemTable, ShowsAnIdentifierWholeHoweverLongItIs) {
   const std::string id = "12" + std::string(40, 'a'), monstrous = "12" + std::string(200, 'b');
   EXPECT_EQ(LinesOf({Key(id, "The signature key of Anna Example")}, 78)[1],
-            "key   " + id + "  The signature ke...  EC P-384");
+            "key   " + id + "  The signature k...  EC P-384");
   EXPECT_EQ(LinesOf({Key(monstrous, "Mine")}, 78)[1], "key   " + monstrous + "  .");
 }
 
@@ -99,9 +99,9 @@ TEST(ItemTable, AnItemWithoutALabelSaysSo) {
 }
 
 TEST(Listing, ATokenIsAHeadingAndARowForEachItem) {
-  const std::string text = Host::TokenText(std::string(100, 'r'), "QEL-1", {Key("1201", "Mine")}, {60, false});
+  const std::string text = Host::TokenText(std::string(100, 'r'), "QEL-1", {Key("1201", "Mine")}, {59, false});
   EXPECT_EQ(text,
-            "Token QEL-1 in reader rrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrr...\n"
+            "Token QEL-1 in reader rrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrrr...\n"
             "  KIND  ID    LABEL  TYPE      CAN\n"
             "  key   1201  Mine   EC P-384  sign decrypt agree login\n"
             "  No room for PIN: make the window wider, or use --json.\n");

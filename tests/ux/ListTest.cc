@@ -1,0 +1,53 @@
+// What `ctkhost list` shows at a terminal.
+
+#include <gmock/gmock.h>
+
+#include "tests/host/FakeCard.h"
+#include "tests/support/RunningProgram.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr char kBoldTitle[] = "\x1b[1mToken QEL-FAKE in reader Test Reader\x1b[0m\r\n";
+constexpr char kEscape[] = "\x1b";
+
+class ListAtATerminal : public ::testing::Test {
+ protected:
+  /// The output of the list at a terminal of so many columns.
+  std::string List(int columns, const ChildEnvironment& more = {}) {
+    ChildEnvironment environment = m_card.Environment();
+    environment["TERM"] = "xterm";
+    environment["NO_COLOR"] = std::nullopt;
+    for (const auto& [name, value] : more) environment[name] = value;
+    const std::string command = "stty cols " + std::to_string(columns) + " && exec '" QEL_CTKHOST "' '--extension' '" +
+                                QEL_FAKE_BUNDLE + "' list";
+    RunningProgram program("/bin/sh", {"-c", command}, environment, RunningProgram::Output::Terminal);
+    EXPECT_EQ(program.Wait(), 0) << program.Printed();
+    return program.Printed();
+  }
+
+  FakeCard m_card;
+};
+
+TEST_F(ListAtATerminal, HasAHeadingThatStandsOut) {
+  EXPECT_EQ(List(80).rfind(kBoldTitle, 0), 0u) << List(80);
+}
+
+TEST_F(ListAtATerminal, HasNoColoursWhereTheyAreNotWanted) {
+  EXPECT_THAT(List(80, {{"NO_COLOR", "1"}}), Not(HasSubstr(kEscape)));
+  EXPECT_THAT(List(80, {{"TERM", "dumb"}}), Not(HasSubstr(kEscape)));
+  EXPECT_THAT(List(80, {{"TERM", std::nullopt}}), Not(HasSubstr(kEscape)));
+  EXPECT_THAT(List(80, {{"NO_COLOR", ""}}), HasSubstr(kEscape)) << "an empty NO_COLOR is none";
+}
+
+TEST_F(ListAtATerminal, KeepsToTheTerminalsWidth) {
+  const ChildEnvironment plain = {{"NO_COLOR", "1"}};
+  EXPECT_THAT(List(80, plain), HasSubstr("  key   12a4  unguarded  RSA-2048  sign decrypt login  -\r\n"));
+  EXPECT_THAT(List(50, plain), HasSubstr("  key   12a4  unguarded  RSA-2048\r\n"
+                                         "  No room for CAN, PIN: make the window wider, or\r\n"
+                                         "  use --json.\r\n"));
+}
+
+}  // namespace
