@@ -1,5 +1,7 @@
 #import "pkcs11/Format.h"
 
+#include <cstdarg>
+
 namespace {
 
 std::string FormatArguments(NSString *format, va_list arguments) NS_FORMAT_FUNCTION(1, 0);

@@ -1,6 +1,7 @@
 #include "pkcs11/Slots.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "pkcs11/CallResult.h"
 #include "pkcs11/FunctionList.h"

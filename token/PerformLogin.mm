@@ -14,7 +14,7 @@ BOOL performLogin(QELTokenSession *session, NSString *PIN, NSError **error) {
   });
   QELLog::Info() << PKCS11::FormatValue("C_Login rv = %lu", rv);
 
-  if ((rv & ~static_cast<CK_RV>(CKR_USER_ALREADY_LOGGED_IN)) != CKR_OK) {
+  if (rv != CKR_OK && rv != CKR_USER_ALREADY_LOGGED_IN) {
     StoreTokenKitError(rv, error);
     return NO;
   }

@@ -1,9 +1,8 @@
 #pragma once
 
-#import "token/QELTokenSession.h"
-
 #include "token/PINPadDialog.h"
 #include "token/ProcessModules.h"
+#import "token/QELTokenSession.h"
 
 /// Makes a card call that may wait for the PIN: on a reader with its own PIN pad the dialog is shown around it, and
 /// hidden however the call ends. Returns the call's result.

@@ -1,5 +1,7 @@
 #import "token/QELTokenSession.h"
 
+#include <iterator>
+
 #include "pkcs11/FunctionList.h"
 #import "token/Boundary.h"
 #import "token/CardOutput.h"

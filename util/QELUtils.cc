@@ -10,14 +10,9 @@ namespace QELUtils {
 
 namespace {
 
-timeval ReadClock() {
+Time Now(std::tm (*toCalendar)(time_t), bool nanoseconds) {
   timeval now{};
   ::gettimeofday(&now, nullptr);
-  return now;
-}
-
-Time Now(std::tm (*toCalendar)(time_t), bool nanoseconds) {
-  const timeval now = ReadClock();
   const auto microseconds = static_cast<uint32_t>(now.tv_usec);
   const std::tm calendar = toCalendar(now.tv_sec);
   if (nanoseconds) return {calendar, 0, uint64_t{microseconds} * 1000};

@@ -1,4 +1,3 @@
-#include "tests/support/SystemLogLines.h"
 #import "tests/token/TokenTest.h"
 
 using TestCard::FakeCard;
@@ -40,15 +39,6 @@ class QELTokenFailure : public TokenTest, public ::testing::WithParamInterface<F
     }
     EXPECT_EQ(closed, GetParam().closed);
     EXPECT_EQ(m_log.Errors(), GetParam().logged ? Texts{GetParam().logged} : Texts{});
-  }
-
-  /// Without what the settings' loading says about missing files.
-  Texts SystemLog() const {
-    Texts lines;
-    for (const std::string &line : SystemLogLines(m_systemLog)) {
-      if (line.rfind("NSLog: iniparser", 0) != 0) lines.push_back(line);
-    }
-    return lines;
   }
 
   /// The loader's own line, for the calls that it makes.
@@ -97,12 +87,12 @@ TEST_P(QELTokenFailure, WritesTheErrorToTheSystemLog) {
   ExpectFailure(&error);
   Texts expected = LoaderLine();
   expected.push_back(std::string("error: ") + GetParam().message);
-  EXPECT_EQ(SystemLog(), expected);
+  EXPECT_EQ(SystemLogOfTheToken(), expected);
 }
 
 TEST_P(QELTokenFailure, WithoutAnErrorOutPointerWritesNoMessage) {
   ExpectFailure(nullptr);
-  EXPECT_EQ(SystemLog(), LoaderLine());
+  EXPECT_EQ(SystemLogOfTheToken(), LoaderLine());
 }
 
 class QELTokenWithoutReader : public TokenTest {};

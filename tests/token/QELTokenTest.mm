@@ -1,10 +1,7 @@
-#include <stdexcept>
-
 #import "settings/QELSettings.h"
-#include "tests/support/SystemLogLines.h"
 #import "tests/token/InitializerGivesNil.h"
 #include "tests/token/PassingException.h"
-#import "tests/token/TokenTest.h"
+#import "tests/token/SessionTest.h"
 #import "token/NSExceptionSeam.h"
 
 using TestCard::FakeCard;
@@ -34,6 +31,22 @@ class QELTokenConstruction : public TokenTest {
     @autoreleasepool {
       return [[MakeToken() instanceID] UTF8String] ?: "no token";
     }
+  }
+
+  /// Constructs a token while the library ends a call by `ending`, which `caught` must catch of the construction it
+  /// gets.
+  template <typename Caught>
+  void ExpectToPass(TestCard::Fill ending, Caught caught) {
+    const TestCard::ScriptedCard card({{"C_Initialize"}, {"C_GetSlotList", CKR_OK, std::move(ending)}});
+    @autoreleasepool {
+      QELToken *token = [QELToken alloc];
+      QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+      NSError *error = nil;
+      caught([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; });
+      EXPECT_EQ(error, nil);
+      [token release];
+    }
+    EXPECT_EQ(m_lines.Errors(), Texts{});
   }
 
   CapturedLog m_lines{kInfo};
@@ -92,7 +105,7 @@ TEST_F(QELTokenConstruction, LogsItsStepsAtInfoLevelAndNothingToTheSystemLog) {
                                  {kInfo, "Loading content from QEL-00A1B2C3 [slot 7]"},
                                  {kInfo, "keychain contents filled from card from reader Example Reader 0"},
                              }));
-  for (const std::string &line : SystemLogLines(m_systemLog)) EXPECT_EQ(line.rfind("NSLog: iniparser", 0), 0u) << line;
+  EXPECT_EQ(SystemLogOfTheToken(), Texts{});
 }
 
 TEST_F(QELTokenConstruction, OnlyTheLow32BitsOfASlotAreLogged) {
@@ -260,36 +273,13 @@ TEST_F(QELTokenConstruction, APlatformThatRefusesTheTokenGivesNilWithoutAnErrorA
   EXPECT_EQ(m_lines.Infos().back(), "Loading content from QEL-00A1B2C3 [slot 7]");
 }
 
-TEST_F(QELTokenConstruction, AnythingButOurOwnFailurePassesThrough) {
-  TestCard::ScriptedCard card(
-      {{"C_Initialize"}, {"C_GetSlotList", CKR_OK, [](TestCard::Call &) { throw std::runtime_error("not ours"); }}});
-  @autoreleasepool {
-    QELToken *token = [QELToken alloc];
-    QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
-    NSError *error = nil;
-    EXPECT_EQ(PassingException([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; }),
-              "not ours");
-    EXPECT_EQ(error, nil);
-    [token release];
-  }
-  EXPECT_EQ(m_lines.Errors(), Texts{});
+TEST_F(QELTokenConstruction, ACppExceptionThatIsNotOursPassesThrough) {
+  ExpectToPass(ThrowFromCard, [](auto construction) { EXPECT_EQ(PassingException(construction), "from the card"); });
 }
 
 TEST_F(QELTokenConstruction, AnNSExceptionPassesThrough) {
-  TestCard::ScriptedCard card({{"C_Initialize"}, {"C_GetSlotList", CKR_OK, [](TestCard::Call &) {
-                                                    [NSException raise:@"Foreign" format:@"from the library"];
-                                                  }}});
-  @autoreleasepool {
-    QELToken *token = [QELToken alloc];
-    QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
-    NSError *error = nil;
-    NSException *raised =
-        CatchNSException([&] { [token initWithSmartCard:SmartCard() AID:nil tokenDriver:driver error:&error]; });
-    EXPECT_STREQ([[raised name] UTF8String], "Foreign");
-    EXPECT_EQ(error, nil);
-    [token release];
-  }
-  EXPECT_EQ(m_lines.Errors(), Texts{});
+  ExpectToPass(RaiseFromCard,
+               [](auto construction) { EXPECT_STREQ([[CatchNSException(construction) name] UTF8String], "Foreign"); });
 }
 
 class QELTokenTeardown : public QELTokenConstruction {};

@@ -57,6 +57,9 @@ class TokenTest : public ::testing::Test {
   /// Its bytes as lower-case hexadecimal digits.
   static std::string HexOf(NSData *data);
 
+  /// The captured system log as SystemLogLines gives it, without what the settings' loading says about missing files.
+  std::vector<std::string> SystemLogOfTheToken() const;
+
   UserHome m_home;
   LoaderRedirect m_dialogLibrary{"QELPINDialog", DIALOG_MODULE};
   CapturedLog m_log;

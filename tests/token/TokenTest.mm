@@ -1,5 +1,6 @@
 #import "tests/token/TokenTest.h"
 
+#include "tests/support/SystemLogLines.h"
 #include "token/ProcessModules.h"
 
 using TestCard::FakeSlot;
@@ -71,6 +72,14 @@ std::string TokenTest::HexOf(NSData *data) {
     digits += "0123456789abcdef"[byte & 15];
   }
   return digits;
+}
+
+std::vector<std::string> TokenTest::SystemLogOfTheToken() const {
+  std::vector<std::string> lines;
+  for (const std::string &line : SystemLogLines(m_systemLog)) {
+    if (line.rfind("NSLog: iniparser", 0) != 0) lines.push_back(line);
+  }
+  return lines;
 }
 
 ::testing::AssertionResult IsError(NSError *error, NSString *domain, NSInteger code) {
