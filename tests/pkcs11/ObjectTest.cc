@@ -7,7 +7,6 @@
 
 using namespace TestCard;
 using ByteString = std::vector<CK_BYTE>;
-using Texts = std::vector<std::string>;
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include "tests/pkcs11/CardTest.h"
 
 using namespace TestCard;
-using Texts = std::vector<std::string>;
 
 class SessionTest : public CardTest {};
 

@@ -4,7 +4,6 @@
 
 using namespace TestCard;
 using SlotIDs = std::vector<CK_SLOT_ID>;
-using Texts = std::vector<std::string>;
 
 class SlotListTest : public CardTest {
  protected:

@@ -5,7 +5,6 @@
 #include "tests/support/SystemLogLines.h"
 
 using namespace TestCard;
-using Texts = std::vector<std::string>;
 
 // With the card module loaded through the product's own path; the libraries with peculiarities have a suite of their
 // own.

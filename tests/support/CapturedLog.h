@@ -34,5 +34,6 @@ class CapturedLog {
 };
 
 using LogLines = std::vector<CapturedLog::Line>;
+using Texts = std::vector<std::string>;
 inline constexpr auto kError = QELLog::LogLevel::Error;
 inline constexpr auto kInfo = QELLog::LogLevel::Info;

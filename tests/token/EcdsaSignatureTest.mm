@@ -6,7 +6,6 @@
 #import "tests/token/SessionTest.h"
 
 using TestCard::ByteString;
-using Texts = std::vector<std::string>;
 
 class EcdsaSignature : public TokenTest {
  protected:

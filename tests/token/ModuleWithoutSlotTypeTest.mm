@@ -1,8 +1,6 @@
 #import "tests/token/SessionTest.h"
 #import "token/PerformLogin.h"
 
-using Texts = std::vector<std::string>;
-
 /// The maker's library without its vendor function, in force before the token loads it.
 class LibraryWithoutSlotType {
  private:

@@ -6,7 +6,6 @@
 using TestCard::Call;
 using TestCard::Row;
 using TestCard::ScriptedCard;
-using Texts = std::vector<std::string>;
 
 /// A card whose connection cannot be marked: raises where a login marks it.
 @interface RaisingSmartCard : TKSmartCard

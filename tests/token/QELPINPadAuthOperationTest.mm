@@ -2,7 +2,6 @@
 #import "token/PerformLogin.h"
 
 using TestCard::ScriptedCard;
-using Texts = std::vector<std::string>;
 
 class PinPadLogin : public PinPadTest {
  protected:

@@ -2,7 +2,6 @@
 
 using TestCard::FakeCard;
 using TestCard::FakeSlot;
-using Texts = std::vector<std::string>;
 
 namespace {
 

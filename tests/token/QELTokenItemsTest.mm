@@ -10,7 +10,6 @@ using TestCard::ScriptedCard;
 using TestCard::TemplateRow;
 using TestCard::Ulong;
 using TestCard::UserCertificate;
-using Texts = std::vector<std::string>;
 
 namespace {
 
@@ -98,7 +97,7 @@ class QELTokenItems : public TokenTest {
                     PublicKeyObject(2, {0x01}, "key", type, verifies, encrypts)});
   }
 
-  static std::vector<std::string> Labels(std::vector<FakeSlot> slots) {
+  static Texts Labels(std::vector<FakeSlot> slots) {
     FakeCard card(std::move(slots));
     Texts labels;
     @autoreleasepool {

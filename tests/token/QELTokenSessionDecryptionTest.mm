@@ -3,22 +3,13 @@
 using TestCard::Call;
 using TestCard::Length;
 using TestCard::ScriptedCard;
-using Texts = std::vector<std::string>;
 
-class QELTokenSessionDecryption : public SessionTest {
- protected:
-  NSData *const m_ciphertext = Data(Bytes(256, 0xC1));
-};
-
-class QELTokenSessionDecryptionOnPinPad : public PinPadTest {
- protected:
-  NSData *const m_ciphertext = Data(Bytes(256, 0xC1));
-};
-
+class QELTokenSessionDecryption : public SessionTest {};
+class QELTokenSessionDecryptionOnPinPad : public PinPadTest {};
 class QELTokenSessionDecryptionOnTwoPinPads : public TwoPinPadsTest {};
 
 TEST_F(QELTokenSessionDecryption, CallsTheCardInExactlyThisOrder) {
-  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), m_card.plaintext);
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext())), m_card.plaintext);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("101", {"C_DecryptInit session=101 object=3 mechanism=0x1 parameter=0",
                                        "C_Decrypt session=101 output=?", "C_Decrypt session=101 output=buffer"}));
@@ -27,7 +18,7 @@ TEST_F(QELTokenSessionDecryption, CallsTheCardInExactlyThisOrder) {
 }
 
 TEST_F(QELTokenSessionDecryptionOnPinPad, ShowsTheDialogAroundTheSecondCallOnly) {
-  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), m_card.plaintext);
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext())), m_card.plaintext);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("101", {"C_DecryptInit session=101 object=3 mechanism=0x1 parameter=0",
                                        "C_Decrypt session=101 output=?", "C_GetSlotType slot=7", "dialog show 8",
@@ -35,7 +26,7 @@ TEST_F(QELTokenSessionDecryptionOnPinPad, ShowsTheDialogAroundTheSecondCallOnly)
 }
 
 TEST_F(QELTokenSessionDecryptionOnTwoPinPads, WorksInTheSessionThatTheKeysPrefixNamesUnderThatSlotsDialog) {
-  EXPECT_EQ(BytesOf(Decrypt(Data({0xC1}), nullptr, LaterRsaKey())), m_card.plaintext);
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext(), nullptr, LaterRsaKey())), m_card.plaintext);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("102", {"C_DecryptInit session=102 object=3 mechanism=0x1 parameter=0",
                                        "C_Decrypt session=102 output=?", "C_GetSlotType slot=8", "dialog show 32",
@@ -44,7 +35,7 @@ TEST_F(QELTokenSessionDecryptionOnTwoPinPads, WorksInTheSessionThatTheKeysPrefix
 
 TEST_F(QELTokenSessionDecryption, PlaintextTakesTheLengthOfTheSecondCall) {
   m_card.announcedLength["C_Decrypt"] = 256;
-  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), Bytes(32, 0x11));
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext())), Bytes(32, 0x11));
 }
 
 TEST_F(QELTokenSessionDecryption, BothCallsGetTheWholeCiphertext) {
@@ -55,7 +46,7 @@ TEST_F(QELTokenSessionDecryption, BothCallsGetTheWholeCiphertext) {
   };
   ScriptedCard script(
       AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, keep}, {"C_Decrypt", CKR_OK, keep}}));
-  Decrypt(m_ciphertext);
+  Decrypt(Ciphertext());
   EXPECT_EQ(inputs, (std::vector<Bytes>{Bytes(256, 0xC1), Bytes(256, 0xC1)}));
 }
 
@@ -64,7 +55,7 @@ TEST_F(QELTokenSessionDecryption, UsesPkcs1WhateverTheAlgorithmSays) {
                                           kSecKeyAlgorithmECDSASignatureDigestX962}) {
     m_card.mechanism = CKM_RSA_X_509;
     EXPECT_NE([m_session tokenSession:m_session
-                          decryptData:m_ciphertext
+                          decryptData:Ciphertext()
                              usingKey:RsaKey()
                             algorithm:Algorithm({algorithm})
                                 error:nullptr],
@@ -76,7 +67,7 @@ TEST_F(QELTokenSessionDecryption, UsesPkcs1WhateverTheAlgorithmSays) {
 
 TEST_F(QELTokenSessionDecryption, AnEmptyPlaintextIsEmptyDataAndNoSizeQuery) {
   m_card.plaintext = {};
-  NSData *plaintext = Decrypt(m_ciphertext);
+  NSData *plaintext = Decrypt(Ciphertext());
   ASSERT_NE(plaintext, nil);
   EXPECT_EQ([plaintext length], 0u);
   EXPECT_EQ(m_card.Calls().back(), "C_Decrypt session=101 output=buffer");
@@ -85,13 +76,13 @@ TEST_F(QELTokenSessionDecryption, AnEmptyPlaintextIsEmptyDataAndNoSizeQuery) {
 TEST_F(QELTokenSessionDecryption, MoreBytesThanTheBufferHoldsAreNotBelieved) {
   ScriptedCard script(
       AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_Decrypt", CKR_OK, Length(5)}}));
-  EXPECT_EQ(BytesOf(Decrypt(m_ciphertext)), Bytes(4, 0x00));
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext())), Bytes(4, 0x00));
 }
 
 TEST_F(QELTokenSessionDecryption, AnAnnouncedLengthThatIsNoneEndsTheDecryptionWithALogLine) {
   m_card.announcedLength["C_Decrypt"] = CK_UNAVAILABLE_INFORMATION;
   NSError *error = UntouchedError();
-  EXPECT_EQ(Decrypt(m_ciphertext, &error), nil);
+  EXPECT_EQ(Decrypt(Ciphertext(), &error), nil);
   EXPECT_EQ(error, UntouchedError());
   EXPECT_EQ(m_log.Errors(), Texts{"C_Decrypt() announces no usable length"});
 }
@@ -99,22 +90,22 @@ TEST_F(QELTokenSessionDecryption, AnAnnouncedLengthThatIsNoneEndsTheDecryptionWi
 #pragma mark - Failures
 
 TEST_F(QELTokenSessionDecryption, ALoggedOutUserGetsAuthenticationNeededAndNoFurtherCall) {
-  ExpectAuthenticationNeeded([&](NSError **error) { return Decrypt(m_ciphertext, error); });
+  ExpectAuthenticationNeeded([&](NSError **error) { return Decrypt(Ciphertext(), error); });
 }
 
 TEST_F(QELTokenSessionDecryption, FailuresBeforeTheKeyIsFoundBecomeErrorsOfTheExtension) {
-  ExpectFailuresBeforeTheKeyIsFound([&](NSError **error) { return Decrypt(m_ciphertext, error); });
+  ExpectFailuresBeforeTheKeyIsFound([&](NSError **error) { return Decrypt(Ciphertext(), error); });
 }
 
 TEST_F(QELTokenSessionDecryption, EveryFailedCallIsLoggedAndMappedAndEndsTheDecryption) {
   ExpectEachFailureMapped({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_Decrypt"}},
-                          [&](NSError **error) { return Decrypt(m_ciphertext, error); });
+                          [&](NSError **error) { return Decrypt(Ciphertext(), error); });
 }
 
 TEST_F(QELTokenSessionDecryptionOnPinPad, TheDialogIsHiddenWhenTheEntryIsCancelled) {
   m_card.Fail("C_Decrypt", CKR_FUNCTION_CANCELED, 2);
   NSError *error = nil;
-  EXPECT_EQ(Decrypt(m_ciphertext, &error), nil);
+  EXPECT_EQ(Decrypt(Ciphertext(), &error), nil);
   EXPECT_TRUE(IsErrorOf(TKErrorCodeCanceledByUser, error));
   EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
 }
@@ -122,5 +113,5 @@ TEST_F(QELTokenSessionDecryptionOnPinPad, TheDialogIsHiddenWhenTheEntryIsCancell
 TEST_F(QELTokenSessionDecryptionOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
   ExpectForeignExceptionsToPass(
       AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(4)}, {"C_GetSlotType"}, {"C_Decrypt"}}),
-      [&](NSError **error) { Decrypt(m_ciphertext, error); });
+      [&](NSError **error) { Decrypt(Ciphertext(), error); });
 }

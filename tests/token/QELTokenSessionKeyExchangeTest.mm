@@ -7,34 +7,13 @@ using TestCard::Row;
 using TestCard::ScriptedCard;
 using TestCard::TemplateRow;
 using TestCard::Ulong;
-using Texts = std::vector<std::string>;
 
-namespace {
-
-/// A point in X9.63 form: 04, 32 bytes of X, 32 bytes of Y.
-TestCard::ByteString Point() {
-  TestCard::ByteString point(65, 0x58);
-  point[0] = 0x04;
-  std::fill(point.begin() + 33, point.end(), 0x59);
-  return point;
-}
-
-}  // namespace
-
-class QELTokenSessionKeyExchange : public SessionTest {
- protected:
-  NSData *const m_publicKey = Data(Point());
-};
-
-class QELTokenSessionKeyExchangeOnPinPad : public PinPadTest {
- protected:
-  NSData *const m_publicKey = Data(Point());
-};
-
+class QELTokenSessionKeyExchange : public SessionTest {};
+class QELTokenSessionKeyExchangeOnPinPad : public PinPadTest {};
 class QELTokenSessionKeyExchangeOnTwoPinPads : public TwoPinPadsTest {};
 
 TEST_F(QELTokenSessionKeyExchange, CallsTheCardInExactlyThisOrder) {
-  EXPECT_EQ(BytesOf(Agree(m_publicKey, Parameters(32))), m_card.derivedValue);
+  EXPECT_EQ(BytesOf(Agree(PeerKey(), Parameters(32))), m_card.derivedValue);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("101", {"C_DeriveKey session=101 object=6 mechanism=0x1050 parameter=40"
                                        " CKA_CLASS=0x4 CKA_KEY_TYPE=0x10 CKA_VALUE_LEN=0x20",
@@ -45,7 +24,7 @@ TEST_F(QELTokenSessionKeyExchange, CallsTheCardInExactlyThisOrder) {
 }
 
 TEST_F(QELTokenSessionKeyExchangeOnPinPad, ShowsTheDialogAroundTheDerivationOnly) {
-  EXPECT_EQ(BytesOf(Agree(m_publicKey, Parameters(32))), m_card.derivedValue);
+  EXPECT_EQ(BytesOf(Agree(PeerKey(), Parameters(32))), m_card.derivedValue);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("101", {"C_GetSlotType slot=7", "dialog show 8",
                                        "C_DeriveKey session=101 object=6 mechanism=0x1050 parameter=40"
@@ -55,7 +34,7 @@ TEST_F(QELTokenSessionKeyExchangeOnPinPad, ShowsTheDialogAroundTheDerivationOnly
 }
 
 TEST_F(QELTokenSessionKeyExchangeOnTwoPinPads, WorksInTheSessionThatTheKeysPrefixNamesUnderThatSlotsDialog) {
-  EXPECT_EQ(BytesOf(Agree(Data(Point()), Parameters(32), nullptr, LaterEcKey())), m_card.derivedValue);
+  EXPECT_EQ(BytesOf(Agree(PeerKey(), Parameters(32), nullptr, LaterEcKey())), m_card.derivedValue);
   EXPECT_EQ(m_card.Calls(),
             AfterFindingTheKey("102", {"C_GetSlotType slot=8", "dialog show 32",
                                        "C_DeriveKey session=102 object=6 mechanism=0x1050 parameter=40"
@@ -66,7 +45,7 @@ TEST_F(QELTokenSessionKeyExchangeOnTwoPinPads, WorksInTheSessionThatTheKeysPrefi
 
 TEST_F(QELTokenSessionKeyExchange, SharedInfoAndSizeReachTheCard) {
   const Bytes sharedInfo(16, 0x5F);
-  EXPECT_NE(Agree(m_publicKey, Parameters(32, Data(sharedInfo))), nil);
+  EXPECT_NE(Agree(PeerKey(), Parameters(32, Data(sharedInfo))), nil);
   EXPECT_EQ(m_card.mechanismParameter.size(), 40u);
   EXPECT_EQ(Bytes(m_card.mechanismParameter.begin(), m_card.mechanismParameter.begin() + 8), Ulong(CKD_SHA1_KDF));
   EXPECT_EQ(m_card.sharedData, sharedInfo);
@@ -75,13 +54,13 @@ TEST_F(QELTokenSessionKeyExchange, SharedInfoAndSizeReachTheCard) {
 
 TEST_F(QELTokenSessionKeyExchange, AbsentSharedInfoIsSharedDataOfLengthZero) {
   m_card.sharedData = {0x01};
-  EXPECT_NE(Agree(m_publicKey, Parameters(16)), nil);
+  EXPECT_NE(Agree(PeerKey(), Parameters(16)), nil);
   EXPECT_EQ(m_card.sharedData, Bytes{});
 }
 
 TEST_F(QELTokenSessionKeyExchange, PublicKeyLosesItsFirstByteWhateverItHolds) {
-  const Bytes point = Point();
-  Agree(m_publicKey, Parameters(32));
+  const Bytes point = BytesOf(PeerKey());
+  Agree(PeerKey(), Parameters(32));
   EXPECT_EQ(m_card.publicData, Bytes(point.begin() + 1, point.end()));
 
   Bytes compressed(33, 0x58);
@@ -95,7 +74,7 @@ TEST_F(QELTokenSessionKeyExchange, TemplateHasThreeAttributesOfEightBytesInThisO
   ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, TestCard::KeepTemplate(rows, Handle(9001))},
                                           {"C_GetAttributeValue", CKR_OK, Length(4)},
                                           {"C_GetAttributeValue"}}));
-  Agree(m_publicKey, Parameters(100));
+  Agree(PeerKey(), Parameters(100));
   EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_SECRET_KEY)},
                                             {CKA_KEY_TYPE, Ulong(CKK_GENERIC_SECRET)},
                                             {CKA_VALUE_LEN, Ulong(100)}}));
@@ -106,7 +85,7 @@ TEST_F(QELTokenSessionKeyExchange, WithoutADerivationFunctionTheCardChoosesTheLe
   ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, TestCard::KeepTemplate(rows, Handle(9001))},
                                           {"C_GetAttributeValue", CKR_OK, Length(4)},
                                           {"C_GetAttributeValue"}}));
-  Agree(m_publicKey, Parameters(100, Data({0x01})), nullptr, EcKey(),
+  Agree(PeerKey(), Parameters(100, Data({0x01})), nullptr, EcKey(),
         Algorithm({kSecKeyAlgorithmECDHKeyExchangeStandard}));
   EXPECT_EQ(rows,
             (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_SECRET_KEY)}, {CKA_KEY_TYPE, Ulong(CKK_GENERIC_SECRET)}}));
@@ -115,7 +94,7 @@ TEST_F(QELTokenSessionKeyExchange, WithoutADerivationFunctionTheCardChoosesTheLe
 TEST_F(QELTokenSessionKeyExchange, EverySuccessLeavesOneMoreSecretKeyOnTheCard) {
   const size_t before = m_card.Slots().front().objects.size();
   for (size_t agreed = 1; agreed <= 3; ++agreed) {
-    EXPECT_NE(Agree(m_publicKey, Parameters(32)), nil);
+    EXPECT_NE(Agree(PeerKey(), Parameters(32)), nil);
     EXPECT_EQ(m_card.Slots().front().objects.size(), before + agreed);
   }
   EXPECT_EQ(m_card.Count("unexpected call"), 0);
@@ -125,7 +104,7 @@ TEST_F(QELTokenSessionKeyExchange, SecretKeepsTheLengthOfTheFirstRead) {
   ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, Handle(9001)},
                                           {"C_GetAttributeValue", CKR_OK, Length(6)},
                                           {"C_GetAttributeValue", CKR_OK, TestCard::Bytes({0x0A, 0x0B})}}));
-  EXPECT_EQ(BytesOf(Agree(m_publicKey, Parameters(6))), (Bytes{0x0A, 0x0B, 0, 0, 0, 0}));
+  EXPECT_EQ(BytesOf(Agree(PeerKey(), Parameters(6))), (Bytes{0x0A, 0x0B, 0, 0, 0, 0}));
 }
 
 TEST_F(QELTokenSessionKeyExchange, LengthIsAskedForWithLengthZeroAndTheValueWithTheLength) {
@@ -137,7 +116,7 @@ TEST_F(QELTokenSessionKeyExchange, LengthIsAskedForWithLengthZeroAndTheValueWith
   ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, Handle(9001)},
                                           {"C_GetAttributeValue", CKR_OK, keep},
                                           {"C_GetAttributeValue", CKR_OK, keep}}));
-  EXPECT_NE(Agree(m_publicKey, Parameters(6)), nil);
+  EXPECT_NE(Agree(PeerKey(), Parameters(6)), nil);
   EXPECT_EQ(lengths, (std::vector<CK_ULONG>{0, 6}));
 }
 
@@ -145,7 +124,7 @@ TEST_F(QELTokenSessionKeyExchange, AnUnreadableLengthEndsTheAgreementWithALogLin
   ScriptedCard script(
       AfterFindingTheKey({{"C_DeriveKey"}, {"C_GetAttributeValue", CKR_OK, Length(CK_UNAVAILABLE_INFORMATION)}}));
   NSError *error = UntouchedError();
-  EXPECT_EQ(Agree(m_publicKey, Parameters(32), &error), nil);
+  EXPECT_EQ(Agree(PeerKey(), Parameters(32), &error), nil);
   EXPECT_EQ(error, UntouchedError());
   EXPECT_EQ(m_log.Errors(), Texts{"C_GetAttributeValue() announces no usable length"});
 }
@@ -153,28 +132,28 @@ TEST_F(QELTokenSessionKeyExchange, AnUnreadableLengthEndsTheAgreementWithALogLin
 #pragma mark - Failures
 
 TEST_F(QELTokenSessionKeyExchange, ALoggedOutUserGetsAuthenticationNeededAndNoFurtherCall) {
-  ExpectAuthenticationNeeded([&](NSError **error) { return Agree(m_publicKey, Parameters(32), error); });
+  ExpectAuthenticationNeeded([&](NSError **error) { return Agree(PeerKey(), Parameters(32), error); });
 }
 
 TEST_F(QELTokenSessionKeyExchange, FailuresBeforeTheKeyIsFoundBecomeErrorsOfTheExtension) {
-  ExpectFailuresBeforeTheKeyIsFound([&](NSError **error) { return Agree(m_publicKey, Parameters(32), error); });
+  ExpectFailuresBeforeTheKeyIsFound([&](NSError **error) { return Agree(PeerKey(), Parameters(32), error); });
 }
 
 TEST_F(QELTokenSessionKeyExchange, EveryFailedCallIsLoggedAndMappedAndEndsTheAgreement) {
   ExpectEachFailureMapped(
       {{"C_DeriveKey", CKR_OK, Handle(9001)}, {"C_GetAttributeValue", CKR_OK, Length(4)}, {"C_GetAttributeValue"}},
-      [&](NSError **error) { return Agree(m_publicKey, Parameters(32), error); });
+      [&](NSError **error) { return Agree(PeerKey(), Parameters(32), error); });
 }
 
 TEST_F(QELTokenSessionKeyExchangeOnPinPad, TheDialogIsHiddenWhenTheDerivationFails) {
   m_card.Fail("C_DeriveKey", CKR_PIN_INCORRECT);
   NSError *error = nil;
-  EXPECT_EQ(Agree(m_publicKey, Parameters(32), &error), nil);
+  EXPECT_EQ(Agree(PeerKey(), Parameters(32), &error), nil);
   EXPECT_TRUE(IsErrorOf(TKErrorCodeBadParameter, error));
   EXPECT_EQ(m_dialog.Calls(), (Texts{"show 8", "hide"}));
 }
 
 TEST_F(QELTokenSessionKeyExchangeOnPinPad, ForeignExceptionsPassAndTheDialogIsHidden) {
   ExpectForeignExceptionsToPass(AfterFindingTheKey({{"C_GetSlotType"}, {"C_DeriveKey"}}),
-                                [&](NSError **error) { Agree(m_publicKey, Parameters(32), error); });
+                                [&](NSError **error) { Agree(PeerKey(), Parameters(32), error); });
 }

@@ -6,7 +6,6 @@
 using TestCard::ScriptedCard;
 using TestCard::TemplateRow;
 using TestCard::Ulong;
-using Texts = std::vector<std::string>;
 
 class QELTokenSessionKeys : public SessionTest {
  protected:

@@ -4,7 +4,6 @@
 using TestCard::Call;
 using TestCard::Length;
 using TestCard::ScriptedCard;
-using Texts = std::vector<std::string>;
 
 class QELTokenSessionSigning : public SessionTest {};
 class QELTokenSessionSigningOnPinPad : public PinPadTest {};

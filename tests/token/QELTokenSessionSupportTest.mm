@@ -1,7 +1,5 @@
 #import "tests/token/SessionTest.h"
 
-using Texts = std::vector<std::string>;
-
 namespace {
 
 /// Every algorithm that an application can name, in the form of the data, except the raw RSA one, which has its own

@@ -2,7 +2,6 @@
 
 using TestCard::FakeCard;
 using TestCard::FakeSlot;
-using Texts = std::vector<std::string>;
 
 /// A pair that tells the order in which it is filled.
 @interface ToldPair : SlotSessionPair

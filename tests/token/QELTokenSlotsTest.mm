@@ -5,7 +5,6 @@
 
 using TestCard::FakeCard;
 using TestCard::FakeSlot;
-using Texts = std::vector<std::string>;
 using SlotIDs = std::vector<CK_SLOT_ID>;
 
 namespace {

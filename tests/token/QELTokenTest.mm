@@ -6,7 +6,6 @@
 
 using TestCard::FakeCard;
 using TestCard::FakeSlot;
-using Texts = std::vector<std::string>;
 using Numbers = std::vector<unsigned long>;
 
 namespace {

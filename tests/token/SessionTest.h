@@ -38,6 +38,11 @@ class SessionTest : public TokenTest {
   /// A padded block with the payload 30 31.
   static NSData *Block() { return Data({0x00, 0x01, 0xFF, 0xFF, 0x00, 0x30, 0x31}); }
 
+  /// A ciphertext as long as the RSA key.
+  static NSData *Ciphertext() { return Data(Bytes(256, 0xC1)); }
+  /// The other party's point in X9.63 form: 04, 32 bytes 58 for X, 32 bytes 59 for Y.
+  static NSData *PeerKey();
+
   /// The calls that find a private key in `session` before every operation, followed by `rest`.
   static Trace AfterFindingTheKey(const std::string &session, Trace rest);
   /// The same calls as rows of a script; key handle 3.

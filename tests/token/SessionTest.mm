@@ -71,6 +71,13 @@ TKTokenKeyExchangeParameters *SessionTest::Parameters(NSInteger requestedSize, N
   return [[[TKTokenKeyExchangeParameters alloc] initWithRequestedSize:requestedSize sharedInfo:sharedInfo] autorelease];
 }
 
+NSData *SessionTest::PeerKey() {
+  Bytes point(65, 0x58);
+  point[0] = 0x04;
+  std::fill(point.begin() + 33, point.end(), 0x59);
+  return Data(point);
+}
+
 SessionTest::Trace SessionTest::AfterFindingTheKey(const std::string &session, Trace rest) {
   Trace trace = {"C_GetSessionInfo session=" + session,
                  "C_FindObjectsInit session=" + session + " CKA_CLASS=0x3 CKA_ID=<id>",

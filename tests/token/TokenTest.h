@@ -58,7 +58,7 @@ class TokenTest : public ::testing::Test {
   static std::string HexOf(NSData *data);
 
   /// The captured system log as SystemLogLines gives it, without what the settings' loading says about missing files.
-  std::vector<std::string> SystemLogOfTheToken() const;
+  Texts SystemLogOfTheToken() const;
 
   UserHome m_home;
   LoaderRedirect m_dialogLibrary{"QELPINDialog", DIALOG_MODULE};

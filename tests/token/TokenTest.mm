@@ -74,8 +74,8 @@ std::string TokenTest::HexOf(NSData *data) {
   return digits;
 }
 
-std::vector<std::string> TokenTest::SystemLogOfTheToken() const {
-  std::vector<std::string> lines;
+Texts TokenTest::SystemLogOfTheToken() const {
+  Texts lines;
   for (const std::string &line : SystemLogLines(m_systemLog)) {
     if (line.rfind("NSLog: iniparser", 0) != 0) lines.push_back(line);
   }
