@@ -42,9 +42,10 @@ std::string WhyNone(LONG result) {
   }
 }
 
-/// The upper half of a state counts insertions and removals, from nought in each run of the service.
-unsigned long InsertionNumber(unsigned long connection, DWORD state) {
-  return connection << 32 | ((state >> 16 & 0xFFFF) + 1);
+/// The upper half of a state counts insertions and removals, from nought each time that the service is started or the
+/// reader is plugged in.
+unsigned long InsertionNumber(unsigned long plugged, DWORD state) {
+  return plugged << 32 | ((state >> 16 & 0xFFFF) + 1);
 }
 
 }  // namespace
@@ -62,11 +63,11 @@ LONG PcscConnection::Connect() {
   const LONG result = SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
   if (result != SCARD_S_SUCCESS) return result;
   m_context = context;
-  ++m_connections;
   return result;
 }
 
 void PcscConnection::Disconnect() {
+  m_known.clear();
   if (const SCARDCONTEXT context = m_context.exchange(0)) SCardReleaseContext(context);
 }
 
@@ -95,7 +96,6 @@ LONG PcscConnection::Compare(std::vector<SCARD_READERSTATE>& states, DWORD milli
 ServiceReaders PcscConnection::Readers() {
   ServiceReaders found;
   std::vector<std::string> names;
-  m_states.clear();
   LONG result = SCARD_S_SUCCESS;
   // Again, because a service that was started again since the last call is noticed when it is asked, and because one
   // that is just ending looks as if it refused.
@@ -108,21 +108,25 @@ ServiceReaders PcscConnection::Readers() {
   }
   found.problem = WhyNone(result);
   m_readerCount = names.size();
+  std::map<std::string, Known> known;
   for (const std::string& name : names) {
     std::vector<SCARD_READERSTATE> states = {StateOf(name, SCARD_STATE_UNAWARE)};
     if (Compare(states, 0) != SCARD_S_SUCCESS) continue;  // unplugged just now
     const DWORD state = states[0].dwEventState;
-    m_states[name] = state & ~static_cast<DWORD>(SCARD_STATE_CHANGED);
+    const auto before = m_known.find(name);
+    const unsigned long plugged = before == m_known.end() ? ++m_plugged : before->second.plugged;
+    known[name] = {state & ~static_cast<DWORD>(SCARD_STATE_CHANGED), plugged};
     const bool hasCard = (state & SCARD_STATE_PRESENT) != 0 && (state & SCARD_STATE_MUTE) == 0;
-    found.readers.push_back({name, hasCard, InsertionNumber(m_connections, state)});
+    found.readers.push_back({name, hasCard, InsertionNumber(plugged, state)});
   }
+  m_known = std::move(known);
   return found;
 }
 
 void PcscConnection::Wait(int limit) {
   if (m_context == 0) return WaitForService(limit);
   std::vector<SCARD_READERSTATE> states;
-  for (const auto& [name, state] : m_states) states.push_back(StateOf(name, state));
+  for (const auto& [name, known] : m_known) states.push_back(StateOf(name, known.state));
   const std::string readersChange = kReadersChange;
   states.push_back(StateOf(readersChange, static_cast<DWORD>(m_readerCount) << 16));
   Compare(states, limit < 0 ? INFINITE : static_cast<DWORD>(limit));

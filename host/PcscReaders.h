@@ -26,7 +26,8 @@ class PcscConnection {
   PcscConnection(const PcscConnection&) = delete;
   PcscConnection& operator=(const PcscConnection&) = delete;
 
-  /// The readers and cards as they are now; when the service gives none, why.
+  /// The readers and cards as they are now; when the service gives none, why. A reader that was not there the last
+  /// time, or that another run of the service gives, has another number of insertions than it had.
   ServiceReaders Readers();
 
   /// Waits in the service until a reader or card comes or goes after the last Readers(); while there is no service,
@@ -36,6 +37,12 @@ class PcscConnection {
   void Cancel();
 
  private:
+  /// A reader as the service told of it last.
+  struct Known {
+    DWORD state;
+    unsigned long plugged;  ///< differs each time that a reader comes
+  };
+
   LONG Connect();
   void Disconnect();
   LONG ReadNames(std::vector<std::string>& names);
@@ -43,11 +50,11 @@ class PcscConnection {
   void WaitForService(int limit);
 
   std::atomic<SCARDCONTEXT> m_context{0};
-  unsigned long m_connections = 0;
-  std::map<std::string, DWORD> m_states;  ///< as the service told them last
-  size_t m_readerCount = 0;               ///< as the service told it last
-  int m_cancelled = -1;                   ///< can be read from after Cancel
-  PathNotices m_socket;                   ///< of the service
+  unsigned long m_plugged = 0;
+  std::map<std::string, Known> m_known;
+  size_t m_readerCount = 0;  ///< as the service told it last
+  int m_cancelled = -1;      ///< can be read from after Cancel
+  PathNotices m_socket;      ///< of the service
 };
 
 /// Follows the service in a thread of its own.

@@ -16,7 +16,8 @@ ServiceReaders ReaderMonitor::Readers() {
 }
 
 void ReaderMonitor::Wait(const std::vector<int>& also) {
-  std::vector<pollfd> waiting = {{m_service.Descriptor(), POLLIN, 0}, {m_softReaders.Descriptor(), POLLIN, 0}};
+  std::vector<pollfd> waiting;
+  for (const int descriptor : Descriptors()) waiting.push_back({descriptor, POLLIN, 0});
   for (const int descriptor : also) waiting.push_back({descriptor, POLLIN, 0});
   poll(waiting.data(), waiting.size(), -1);
 }

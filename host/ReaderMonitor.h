@@ -17,6 +17,10 @@ class ReaderMonitor {
   /// Throws Failure as Readers() does.
   ServiceReaders Readers();
 
+  /// For who waits for other things as well: one of them is readable when a reader or card may have come or gone after
+  /// the last Readers().
+  std::vector<int> Descriptors() const { return {m_service.Descriptor(), m_softReaders.Descriptor()}; }
+
   /// Waits until a reader or card may have come or gone after the last Readers(), or until one of the descriptors
   /// `also` can be read from, or until a signal comes.
   void Wait(const std::vector<int>& also = {});

@@ -108,16 +108,24 @@ std::optional<CardKeys::Found> CardKeys::Find(const Ssh::Bytes& blob) {
   return std::nullopt;
 }
 
-void CardKeys::Follow() {
+void CardKeys::EndGone() {
+  KeepCurrent();
+}
+
+std::vector<Reader> CardKeys::KeepCurrent() {
   std::vector<Reader> readers;
   try {
-    readers = Readers();
+    readers = m_readers.Readers().readers;
   } catch (const Failure& failure) {
     Tell(failure.what());
   }
   for (auto held = m_tokens.begin(); held != m_tokens.end();)
     held = IsCurrent(*held->second, readers) ? std::next(held) : m_tokens.erase(held);
-  for (const Reader& reader : readers)
+  return readers;
+}
+
+void CardKeys::Follow() {
+  for (const Reader& reader : KeepCurrent())
     if (reader.hasCard && (m_options.reader.empty() || reader.name == m_options.reader)) Hold(reader);
 }
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "host/Commands.h"
-#include "host/Readers.h"
+#include "host/ReaderMonitor.h"
 #include "host/TokenService.h"
 #include "host/agent/Keys.h"
 #include "host/agent/PinPrompt.h"
@@ -12,18 +12,25 @@
 
 namespace Host {
 
-/// The keys of the cards that are in the readers, for an agent. Cards are looked for with each request; a card's token
-/// is kept, and with it the login, until the card is removed. What fails is told of on standard error.
+/// The keys of the cards that are in the readers, for an agent. The readers are followed all the time; a card's token
+/// is made when it is first asked for and kept, and with it the login, until the card is removed: also one that is put
+/// back or exchanged between two requests logs in anew. What fails is told of on standard error.
 class CardKeys : public Ssh::Keyring {
  public:
   enum class Login { UntilRemoval, ForEachSignature };
 
   /// Uses `process` and `prompt`, which outlive it. Asks with `prompt` unless `options` name a file with the PIN.
+  /// Throws Failure as ReaderMonitor does.
   CardKeys(const Options& options, Login login, ExtensionProcess& process, PinPrompt& prompt);
   ~CardKeys() override;
 
   std::vector<Ssh::Identity> Identities() override;
   std::optional<Ssh::Bytes> Sign(const Ssh::Bytes& blob, const Ssh::Bytes& data, uint32_t flags) override;
+
+  /// One of them is readable when EndGone may have something to do.
+  std::vector<int> Descriptors() const { return m_readers.Descriptors(); }
+  /// Ends the tokens of cards that are gone. Does not wait.
+  void EndGone();
 
  private:
   struct Key;
@@ -33,7 +40,9 @@ class CardKeys : public Ssh::Keyring {
     const Key* key;
   };
 
-  /// Ends the tokens of cards that are gone and makes those of new ones.
+  /// Ends the tokens of cards that are gone. Returns the readers that are there.
+  std::vector<Reader> KeepCurrent();
+  /// Makes the tokens of new cards as well.
   void Follow();
   void Hold(const Reader& reader);
   bool IsCurrent(const HeldToken& token, const std::vector<Reader>& readers) const;
@@ -45,6 +54,7 @@ class CardKeys : public Ssh::Keyring {
   ExtensionProcess& m_process;
   PinPrompt& m_prompt;
   PinSource m_pins;
+  ReaderMonitor m_readers;
   std::map<std::string, std::unique_ptr<HeldToken>> m_tokens;  ///< by reader
 };
 

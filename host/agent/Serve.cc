@@ -25,7 +25,7 @@ void ServeAgent(const Options& options, const AgentArguments& arguments) {
   AgentServer server(socket.Descriptor(), geteuid(), agent);
   std::printf("SSH_AUTH_SOCK='%s'; export SSH_AUTH_SOCK;\n", socket.Path().c_str());
   std::fflush(stdout);
-  server.Run(stop);
+  server.Run(stop, {keys.Descriptors(), [&] { keys.EndGone(); }});
 }
 
 }  // namespace Host

@@ -26,9 +26,11 @@ AgentServer::~AgentServer() {
   for (const Connection& connection : m_connections) close(connection.socket);
 }
 
-void AgentServer::Run(int stop) {
+void AgentServer::Run(int stop, const Followed& cards) {
   while (true) {
     std::vector<pollfd> waited = {{stop, POLLIN, 0}, {m_listener, POLLIN, 0}};
+    for (const int descriptor : cards.descriptors) waited.push_back({descriptor, POLLIN, 0});
+    const size_t firstClient = waited.size();
     for (const Connection& connection : m_connections)
       waited.push_back({connection.socket, static_cast<short>(connection.answer.empty() ? POLLIN : POLLOUT), 0});
     if (poll(waited.data(), waited.size(), -1) < 0) {
@@ -37,7 +39,10 @@ void AgentServer::Run(int stop) {
     }
     if (waited[0].revents != 0) return;
 
-    size_t index = 2;
+    const auto clients = waited.begin() + static_cast<std::ptrdiff_t>(firstClient);
+    if (std::any_of(waited.begin() + 2, clients, [](const pollfd& one) { return one.revents != 0; })) cards.changed();
+
+    size_t index = firstClient;
     for (auto connection = m_connections.begin(); connection != m_connections.end(); ++index) {
       if (waited[index].revents == 0 || Serve(*connection)) {
         ++connection;

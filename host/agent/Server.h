@@ -2,7 +2,9 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <list>
+#include <vector>
 
 #include "host/agent/Protocol.h"
 
@@ -14,6 +16,12 @@ constexpr size_t kAgentClients = 128;
 /// Of one process, so that none keeps the others out.
 constexpr size_t kAgentClientsOfAProcess = 32;
 
+/// What the agent follows beside its clients.
+struct Followed {
+  std::vector<int> descriptors;
+  std::function<void()> changed;  ///< called when one can be read from; it is to read
+};
+
 /// Serves the clients of an agent, one message of each in turn. A client's messages are answered in their order; one
 /// that breaks the framing, sends too long a message or does not read its answers costs nobody but itself.
 class AgentServer {
@@ -24,8 +32,8 @@ class AgentServer {
   AgentServer(const AgentServer&) = delete;
   AgentServer& operator=(const AgentServer&) = delete;
 
-  /// Returns once `stop` can be read from. Throws Failure when waiting is not possible.
-  void Run(int stop);
+  /// Returns once `stop` can be read from. Throws Failure when waiting is not possible, and what `cards` throw.
+  void Run(int stop, const Followed& cards = {});
 
  private:
   struct Connection {

@@ -41,5 +41,9 @@ class CardAgent {
 
 Ssh::Bytes SignRequest(const Ssh::Bytes& key, const std::string& data, uint32_t flags);
 
+/// Returns once the agent that `client` is connected to has seen that earlier clients left. Throws std::runtime_error
+/// when it does not answer.
+void Settle(AgentClient& client);
+
 /// Whether `answer` brings a signature.
 bool IsSigned(const std::optional<Ssh::Bytes>& answer);

@@ -1,5 +1,6 @@
 // SoftHSM2, but the call that the file $QEL_CRASH names ends the process, in the way that stands behind the name:
-// "C_Sign crash", "C_Sign abort" or "C_Sign exit". The file goes with it, so that the next process works.
+// "C_Sign crash", "C_Sign abort" or "C_Sign exit". The file goes with it, so that the next process works. With "C_Sign
+// wait" the call waits until there is a file of that name with ".go" behind it, and says that the card is gone.
 
 #include <dlfcn.h>
 #include <signal.h>
@@ -16,14 +17,26 @@ namespace {
 CK_FUNCTION_LIST* s_real = nullptr;
 CK_FUNCTION_LIST s_list;
 
-void CrashWhenWanted(const char* call) {
+constexpr int kLongestWait = 60000;  // milliseconds
+
+void WaitFor(const std::string& file) {
+  for (int waited = 0; waited < kLongestWait && access(file.c_str(), F_OK) != 0; waited += 10) usleep(10000);
+}
+
+/// Ends the process when that is wanted of `call`. Otherwise returns the error that it is to give, or CKR_OK.
+CK_RV CrashWhenWanted(const char* call) {
   const char* file = getenv("QEL_CRASH");
   std::string wanted, way;
-  if (file == nullptr || !(std::ifstream(file) >> wanted >> way) || wanted != call) return;
+  if (file == nullptr || !(std::ifstream(file) >> wanted >> way) || wanted != call) return CKR_OK;
   unlink(file);
+  if (way == "wait") {
+    WaitFor(file + std::string(".go"));
+    return CKR_DEVICE_REMOVED;
+  }
   if (way == "exit") _exit(3);
   if (way == "abort") abort();
   raise(SIGSEGV);
+  return CKR_GENERAL_ERROR;
 }
 
 /// One function of the list.
@@ -35,8 +48,8 @@ struct Watched<Member> {
   static inline const char* s_name = nullptr;
 
   static CK_RV Call(Arguments... arguments) {
-    CrashWhenWanted(s_name);
-    return (s_real->*Member)(arguments...);
+    const CK_RV wanted = CrashWhenWanted(s_name);
+    return wanted != CKR_OK ? wanted : (s_real->*Member)(arguments...);
   }
 
   static void Install(const char* name) {

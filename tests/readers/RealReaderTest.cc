@@ -7,10 +7,10 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <ostream>
 
 #include "tests/integration/OpenSSL.h"
-#include "tests/integration/RealCard.h"
-#include "tests/readers/ReaderService.h"
+#include "tests/readers/ReaderCard.h"
 #include "tests/support/RunningProgram.h"
 
 namespace {
@@ -38,22 +38,14 @@ class RealReaders : public ::testing::Test {
   void MakeCard(const std::vector<std::string>& options) {
     m_card.emplace(options);
     ASSERT_EQ(m_card->SoftCard({"remove"}).exitStatus, 0);
-    ASSERT_EQ(m_card->SoftCard({"insert", "card", "--reader", SoftSlot()}).exitStatus, 0);
+    PutBehindTheReader(*m_card);
     m_key = m_card->KeyID();
   }
-
-  static std::string SoftSlot() { return "Slot of " + kReader; }
 
   void Insert() { m_inserted.emplace(*m_service); }
   void Remove() { m_inserted.reset(); }
 
-  /// Waits until the service shows the reader, with its card or without.
-  bool Shows(const std::string& state) const {
-    const std::string line = state + "  " + kReader + "\n";
-    for (int attempt = 0; attempt < 100; ++attempt, usleep(100000))
-      if (m_card->Host({"readers"}).output.find(line) != std::string::npos) return true;
-    return false;
-  }
+  bool Shows(const std::string& state) const { return ::Shows(*m_card, state); }
 
   std::vector<std::string> Signing() const {
     return {"sign",
@@ -183,22 +175,51 @@ TEST_F(RealReaders, WithoutTheServiceAndSoftOnesTheErrorSaysWhatToDo) {
             std::string("ctkhost: no reader: ") + kDoesNotRun + ", or make a soft one with 'softcard init'\n");
 }
 
-/// A signature that waits for the PIN at the PIN pad, which is when cards and readers are pulled.
-class Pulled : public RealReaders {
+/// When cards and readers are pulled.
+enum class Moment { AtThePinPad, InTheLibrary };
+
+void PrintTo(Moment moment, std::ostream* out) {
+  *out << (moment == Moment::AtThePinPad ? "while the PIN is typed" : "while the card signs");
+}
+
+/// A signature that has come to that moment, and a library that says, when it goes on, that the card is gone.
+class Pulled : public RealReaders, public ::testing::WithParamInterface<Moment> {
  protected:
   void SetUp() override {
     RealReaders::SetUp();
     if (IsSkipped()) return;
+    GetParam() == Moment::AtThePinPad ? StartAtThePinPad() : StartInTheLibrary();
+  }
+
+  void StartAtThePinPad() {
     MakeCard({"--key", "p256", "--pin-pad", "--slot-type", "0x80000002"});
-    Insert();
-    ASSERT_TRUE(Shows("card "));
-    std::vector<std::string> arguments = Signing();
-    arguments.insert(arguments.begin(), "-v");
-    m_sign.emplace(QEL_CTKHOST, arguments, m_card->Environment());
+    Start({});
     ASSERT_TRUE(m_sign->Prints("-> finishAuth")) << m_sign->Printed();
   }
 
-  void TakeFromTheLibrary() { ASSERT_EQ(m_card->SoftCard({"remove", "--reader", SoftSlot()}).exitStatus, 0); }
+  void StartInTheLibrary() {
+    ASSERT_EQ(m_card->SoftCard({"beneath", "--library", CRASHING_LIBRARY}).exitStatus, 0);
+    m_card->Write("instruction", "C_Sign wait");
+    Start({"--no-sandbox", "--pin-file", m_card->Path("pin")});
+    for (int attempt = 0; attempt < 1000 && m_card->Has("instruction"); ++attempt) usleep(20000);
+    ASSERT_FALSE(m_card->Has("instruction")) << m_sign->Printed();
+  }
+
+  void Start(std::vector<std::string> arguments) {
+    Insert();
+    ASSERT_TRUE(Shows("card "));
+    arguments.emplace_back("-v");
+    for (const std::string& argument : Signing()) arguments.push_back(argument);
+    ChildEnvironment environment = m_card->Environment();
+    environment["QEL_CRASH"] = m_card->Path("instruction");
+    m_sign.emplace(QEL_CTKHOST, arguments, environment);
+  }
+
+  /// Which may notice before the service does.
+  void TakeFromTheLibrary() {
+    ASSERT_EQ(m_card->SoftCard({"remove", "--reader", SoftSlot()}).exitStatus, 0);
+    m_card->Write("instruction.go", "");
+  }
 
   void ExpectTheErrorAndNothingLeft(const std::string& reason) {
     EXPECT_TRUE(m_sign->Prints("ctkhost: signing failed: the " + reason + " and run the command again"))
@@ -216,23 +237,25 @@ class Pulled : public RealReaders {
   std::optional<RunningProgram> m_sign;
 };
 
-TEST_F(Pulled, ACardEndsTheOperationWithAClearErrorAndLeavesNothing) {
+TEST_P(Pulled, ACardEndsTheOperationWithAClearErrorAndLeavesNothing) {
   Remove();
-  TakeFromTheLibrary();  // which notices before the service does
+  TakeFromTheLibrary();
   ExpectTheErrorAndNothingLeft("card was taken out of " + kReader + "; put it back");
 }
 
-TEST_F(Pulled, AReaderEndsTheOperationWithAClearErrorAndLeavesNothing) {
+TEST_P(Pulled, AReaderEndsTheOperationWithAClearErrorAndLeavesNothing) {
   m_service->Stop();
   m_service->StartWithoutReaders();
   TakeFromTheLibrary();
   ExpectTheErrorAndNothingLeft("reader " + kReader + " was unplugged; plug it in");
 }
 
-TEST_F(Pulled, AServiceEndsTheOperationWithAClearErrorAndLeavesNothing) {
+TEST_P(Pulled, AServiceEndsTheOperationWithAClearErrorAndLeavesNothing) {
   m_service->Stop();
   TakeFromTheLibrary();
   ExpectTheErrorAndNothingLeft("reader " + kReader + " is gone, because " + kDoesNotRun);
 }
+
+INSTANTIATE_TEST_SUITE_P(, Pulled, ::testing::Values(Moment::AtThePinPad, Moment::InTheLibrary));
 
 }  // namespace
