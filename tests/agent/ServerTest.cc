@@ -1,10 +1,14 @@
 #include "host/agent/Server.h"
 
+#include <grp.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 
 #include "host/agent/PrivateSocket.h"
@@ -36,6 +40,17 @@ class Server : public ::testing::Test {
   }
 
   bool Works() { return AgentClient(socket.Path()).Ask(Signed("x")) == SignatureOf("x"); }
+  /// What `does` returns in a process of its own, as the user nobody. Only root can do that.
+  template <class Function>
+  static bool AsNobody(Function does) {
+    constexpr uid_t kNobody = 65534;
+    const pid_t child = fork();
+    if (child == 0) _exit(setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0 && does() ? 0 : 1);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status == 0;
+  }
+
   static Bytes Signed(const std::string& data) {
     return Ssh::Writer().Byte(13).String("key").String(data).Uint32(0).Take();
   }
@@ -123,6 +138,24 @@ TEST_F(Server, TurnsAwayOtherUsers) {
   Start(geteuid() + 1);
   AgentClient client(socket.Path());
   EXPECT_EQ(client.Ask({11}), std::nullopt);
+}
+
+TEST_F(Server, IsOutOfReachOfAnotherUserAndTurnsOneAwayWhoReachesIt) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  Start();
+  const std::string path = socket.Path();
+  EXPECT_TRUE(AsNobody([&] {
+    try {
+      const AgentClient client(path);
+      return false;
+    } catch (const std::runtime_error&) {
+      return true;
+    }
+  }));
+  ASSERT_EQ(chmod(std::filesystem::path(path).parent_path().c_str(), 0755), 0);
+  ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+  EXPECT_TRUE(AsNobody([&] { return AgentClient(path).Ask({11}) == std::nullopt; }));
+  EXPECT_TRUE(Works());
 }
 
 }  // namespace

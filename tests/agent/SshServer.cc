@@ -37,7 +37,7 @@ SshServer::SshServer(const RealCard& card, const std::string& authorizedKeys) : 
                                   card.Path("hostkey") + "\nAuthorizedKeysFile " + authorizedKeys +
                                   "\nPidFile none\nStrictModes no\nUsePAM no\nPasswordAuthentication no\n"
                                   "KbdInteractiveAuthentication no\nPermitRootLogin prohibit-password\n"
-                                  "LogLevel VERBOSE\n");
+                                  "LogLevel DEBUG3\n");
     m_process = std::make_unique<BackgroundChild>(QEL_SSHD,
                                                   std::vector<std::string>{"-D", "-e", "-f", card.Path("sshd_config")},
                                                   ChildEnvironment{}, card.Path("sshd.log"));
