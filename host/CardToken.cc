@@ -1,14 +1,32 @@
 #include "host/TokenService.h"
 
 namespace Host {
+namespace {
+
+/// What to do when the extension makes no token, by the stage at which it gave up.
+std::string AdviceFor(const std::optional<Wire::Error>& error) {
+  switch (error && error->domain == "QELToken" ? error->code : 0) {
+    case -1:
+    case -2:
+    case -3:
+    case -9:
+      return "the PKCS#11 library does not work: install the extension again";
+    case -4:
+      return "the PKCS#11 library does not know this reader: plug it in again";
+    default:
+      return "is it a card of this maker, put in the right way? 'ctkhost log' tells more";
+  }
+}
+
+}  // namespace
 
 CardToken::CardToken(ExtensionProcess& process, std::string reader) : m_process(process), m_reader(std::move(reader)) {
   auto answer = m_process.Ask(
       {"createToken \"" + m_reader + "\"", "reading the card in \"" + m_reader + "\"", "Reading the card"},
       [&](Wire::Client& client) { return client.CreateToken(m_reader); });
   if (!answer)
-    throw Failure(ExitStatus::NoToken, "no token for the card in reader \"" + m_reader + "\" (" +
-                                           Describe(answer.error) + "); is it a card of this maker?");
+    throw Failure(ExitStatus::NoToken, "the card in \"" + m_reader + "\" cannot be used (" + Describe(answer.error) +
+                                           "); " + AdviceFor(answer.error));
   m_token = *std::move(answer.value);
   m_run = m_process.Run();
 }

@@ -1,12 +1,14 @@
 #include "host/CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 
 #include "host/Commands.h"
 #include "host/Failure.h"
 #include "host/SignatureNames.h"
+#include "host/Terminal.h"
 #include "host/agent/Serve.h"
 #include "platform/wire/Hex.h"
 
@@ -42,6 +44,26 @@ std::string AlgorithmNotes() {
   return text + line + "\n" + kIdentifiers;
 }
 
+std::string WhyNoSignature(const std::string& name) {
+  const auto names = SignatureNames();
+  return std::find(names.begin(), names.end(), name) != names.end() ? "" : "there is no algorithm '" + name + "'";
+}
+
+/// What is wrong with a command line that cannot be read, and where to look.
+std::string UsageText(const CLI::App& app, const CLI::ParseError& problem) {
+  std::string text = problem.what(), program = "ctkhost";
+  for (const CLI::App* command : app.get_subcommands()) program += " " + command->get_name();
+  if (app.get_subcommands().empty()) {
+    const auto rest = app.remaining();
+    const auto word = std::find_if(rest.begin(), rest.end(), [](auto& argument) { return argument.front() != '-'; });
+    if (problem.get_name() == "RequiredError") text = "which command?";
+    if (word != rest.end()) text = "there is no command '" + *word + "'";
+  }
+  text.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(text.front())));
+  return text + (text.back() == '?' ? " '" : "; '") + program + " --help' shows " +
+         (app.get_subcommands().empty() ? "them" : "how to use it");
+}
+
 /// The command line and what it was read into.
 class CommandLine {
  public:
@@ -49,6 +71,8 @@ class CommandLine {
     m_app.get_formatter()->column_width(24);
     m_app.require_subcommand(1);
     m_app.fallthrough();
+    m_app.option_defaults()->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeLast);  // a script's alias can be overruled
     m_app.footer(Footer("",
                         "  ctkhost list                       what is on the cards\n"
                         "  ctkhost watch                      the same, live\n"
@@ -102,8 +126,7 @@ class CommandLine {
   void AddSign() {
     CLI::App* command = m_app.add_subcommand("sign", "Sign a file");
     AddText(command, "--key", m_sign.key, "ID", "The key that signs");
-    AddText(command, "--algorithm", m_sign.algorithm, "NAME", "How")
-        ->check(CLI::IsMember(SignatureNames()).description(""));
+    AddText(command, "--algorithm", m_sign.algorithm, "NAME", "How")->check(CLI::Validator(WhyNoSignature, ""));
     AddText(command, "--in", m_sign.in, "FILE", "The message");
     AddText(command, "--out", m_sign.out, "FILE", "The signature");
     command->footer(Footer(AlgorithmNotes(),
@@ -210,10 +233,11 @@ int RunCommandLine(int argc, char** argv) {
     line.App().parse(argc, argv);
     return static_cast<int>(ExitStatus::Done);
   } catch (const CLI::ParseError& problem) {
-    const bool isHelp = line.App().exit(problem) == 0;
-    return static_cast<int>(isHelp ? ExitStatus::Done : ExitStatus::Usage);
+    if (problem.get_exit_code() == 0) return line.App().exit(problem);  // prints the help that was asked for
+    TellUser(UsageText(line.App(), problem));
+    return static_cast<int>(ExitStatus::Usage);
   } catch (const Failure& failure) {
-    std::fprintf(stderr, "ctkhost: %s\n", failure.what());
+    TellUser(failure.what());
     return static_cast<int>(failure.Status());
   }
 }

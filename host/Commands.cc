@@ -37,6 +37,7 @@ void Deliver(const Options& options, const std::string& path, Wire::Bytes bytes,
 /// Runs `use` with a session for the key called `id` and gives its result to `path`.
 template <class Use>
 void UseKey(const Options& options, const std::string& id, const std::string& path, Secrecy secrecy, Use use) {
+  RequireWritable(path);
   ExtensionProcess process = MakeProcess(options, Waiting::Shown);
   const CardTokens tokens = OpenTokens(options, process);
   const FoundItem key = FindItem(tokens, Wire::Item::Kind::Key, id);
@@ -86,6 +87,7 @@ void Agree(const Options& options, const AgreeArguments& arguments) {
 }
 
 void Export(const Options& options, const ExportArguments& arguments) {
+  RequireWritable(arguments.out);
   ExtensionProcess process = MakeProcess(options, Waiting::Shown);
   const CardTokens tokens = OpenTokens(options, process);
   const FoundItem found = FindItem(tokens, Wire::Item::Kind::Certificate, arguments.certificate);

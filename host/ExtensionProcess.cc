@@ -145,7 +145,7 @@ void ExtensionProcess::Spawn() {
     m_channel.reset();
     m_process = 0;
     throw Failure(ExitStatus::Failed, "the extension cannot be started: " + program + ": " + std::strerror(result) +
-                                          "; --extension names its bundle");
+                                          "; build it, or name its bundle with --extension");
   }
 }
 

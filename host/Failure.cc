@@ -27,19 +27,23 @@ bool IsTokenKitError(const std::optional<Wire::Error>& error, int64_t code) {
   return error && error->domain == kTokenKitDomain && error->code == code;
 }
 
-std::string Describe(const std::optional<Wire::Error>& error) {
-  if (!error) return "no error object";
-  const std::string domain = error->domain == kTokenKitDomain ? "TKErrorDomain" : error->domain;
-  const std::string meaning = MeaningOf(*error);
-  return domain + " " + std::to_string(error->code) + (meaning.empty() ? "" : ", " + meaning);
+std::string CodeOf(const Wire::Error& error) {
+  return (error.domain == kTokenKitDomain ? "TKErrorDomain" : error.domain) + " " + std::to_string(error.code);
 }
 
-Failure OperationFailure(const std::string& what, const std::optional<Wire::Error>& error) {
-  const std::string text = what + " failed (" + Describe(error) + "); ";
-  if (IsTokenKitError(error, kCanceledByUser)) return {ExitStatus::Cancelled, text + "run the command again"};
+std::string Describe(const std::optional<Wire::Error>& error) {
+  if (!error) return "no error object";
+  const std::string meaning = MeaningOf(*error);
+  return CodeOf(*error) + (meaning.empty() ? "" : ", " + meaning);
+}
+
+Failure OperationFailure(const std::string& what, const std::optional<Wire::Error>& error, const std::string& hint) {
+  if (IsTokenKitError(error, kCanceledByUser))
+    return {ExitStatus::Cancelled, what + " was cancelled (" + CodeOf(*error) + "); try again"};
   if (IsTokenKitError(error, kBadParameter))
-    return {ExitStatus::PinRefused, text + "the PIN was wrong: run the command again with the right one"};
-  return {ExitStatus::Failed, text + "the token log has the card's answer"};
+    return {ExitStatus::PinRefused, what + " failed: wrong PIN (" + CodeOf(*error) + "); try again with the right one"};
+  const std::string reason = error ? " failed (" + Describe(error) + "); " : " failed without a reason; ";
+  return {ExitStatus::Failed, what + reason + hint + (hint.empty() ? "" : " ") + "'ctkhost log' has the card's answer"};
 }
 
 }  // namespace Host

@@ -37,11 +37,16 @@ constexpr int64_t kAuthenticationNeeded = -9;
 
 bool IsTokenKitError(const std::optional<Wire::Error>& error, int64_t code);
 
-/// Domain, code and, where the extension gave one or the platform fixes it, the meaning: "TKErrorDomain -9,
+/// Domain and code: "TKErrorDomain -9".
+std::string CodeOf(const Wire::Error& error);
+
+/// The same and, where the extension gave one or the platform fixes it, the meaning: "TKErrorDomain -9,
 /// authentication needed". Without an error: "no error object".
 std::string Describe(const std::optional<Wire::Error>& error);
 
-/// The failure that a refused card operation ends a command with. `what` is what failed: "signing".
-Failure OperationFailure(const std::string& what, const std::optional<Wire::Error>& error);
+/// The failure that a refused card operation ends a command with. `what` is what failed: "signing". `hint` is a
+/// question about what most often is the cause; empty: none.
+Failure OperationFailure(const std::string& what, const std::optional<Wire::Error>& error,
+                         const std::string& hint = "");
 
 }  // namespace Host

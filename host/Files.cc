@@ -16,8 +16,14 @@
 namespace Host {
 namespace {
 
-[[noreturn]] void Fail(const std::string& path, const std::string& did) {
-  throw Failure(ExitStatus::Failed, path + " cannot be " + did + ": " + std::strerror(errno));
+constexpr char kIsFolder[] = "is a folder; name a file";
+
+[[noreturn]] void Fail(const std::string& path, const std::string& problem) {
+  throw Failure(ExitStatus::Failed, path + " " + problem);
+}
+
+[[noreturn]] void FailToBe(const std::string& path, const std::string& did) {
+  Fail(path, "cannot be " + did + ": " + std::strerror(errno));
 }
 
 bool WriteAll(int descriptor, const Wire::Bytes& bytes) {
@@ -32,9 +38,9 @@ bool WriteAll(int descriptor, const Wire::Bytes& bytes) {
 
 void WriteDirectly(const std::string& path, const Wire::Bytes& bytes) {
   const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (descriptor < 0) Fail(path, "opened");
+  if (descriptor < 0) FailToBe(path, "opened");
   const bool written = WriteAll(descriptor, bytes);
-  if (close(descriptor) != 0 || !written) Fail(path, "written");
+  if (close(descriptor) != 0 || !written) FailToBe(path, "written");
 }
 
 mode_t ModeOf(Secrecy secrecy) {
@@ -44,29 +50,46 @@ mode_t ModeOf(Secrecy secrecy) {
   return 0666 & ~mask;
 }
 
+bool IsFolder(const std::string& path) {
+  std::error_code ignored;
+  return std::filesystem::is_directory(path, ignored);
+}
+
 }  // namespace
 
+void RequireWritable(const std::string& path) {
+  if (IsFolder(path)) Fail(path, kIsFolder);
+  std::error_code ignored;
+  const std::string parent = std::filesystem::path(path).parent_path();
+  const std::string folder = parent.empty() ? "." : parent;
+  if (!IsFolder(folder)) Fail(path, "cannot be written: there is no folder " + folder);
+  const bool isSpecial = std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored);
+  if (access(isSpecial ? path.c_str() : folder.c_str(), W_OK) != 0) FailToBe(path, "written");
+}
+
 Wire::Bytes ReadWholeFile(const std::string& path) {
+  if (IsFolder(path)) Fail(path, kIsFolder);
   std::ifstream in(path, std::ios::binary);
-  if (!in || std::filesystem::is_directory(path)) Fail(path, "read");
+  if (!in) FailToBe(path, "read");
   Wire::Bytes bytes{std::istreambuf_iterator<char>(in), {}};
-  if (in.bad()) Fail(path, "read");
+  if (in.bad()) FailToBe(path, "read");
   return bytes;
 }
 
 void WriteWholeFile(const std::string& path, const Wire::Bytes& bytes, Secrecy secrecy) {
+  RequireWritable(path);
   struct stat status = {};
   if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return WriteDirectly(path, bytes);
 
   std::string fresh = path + ".XXXXXX";
   const int descriptor = mkostemp(fresh.data(), O_CLOEXEC);
-  if (descriptor < 0) Fail(path, "created");
+  if (descriptor < 0) FailToBe(path, "created");
   const bool written = WriteAll(descriptor, bytes) && fchmod(descriptor, ModeOf(secrecy)) == 0;
   if (close(descriptor) != 0 || !written || std::rename(fresh.c_str(), path.c_str()) != 0) {
     const int reason = errno;
     unlink(fresh.c_str());
     errno = reason;
-    Fail(path, "written");
+    FailToBe(path, "written");
   }
 }
 

@@ -8,6 +8,9 @@ namespace Host {
 
 enum class Secrecy { Public, Private };
 
+/// Throws Failure, naming `path`, when WriteWholeFile could not write it: to be asked before work that would be lost.
+void RequireWritable(const std::string& path);
+
 /// The whole file. Throws Failure, naming it.
 Wire::Bytes ReadWholeFile(const std::string& path);
 

@@ -2,7 +2,9 @@
 
 #include "host/AlgorithmWalk.h"
 #include "host/Conversions.h"
+#include "host/ItemTable.h"
 #include "host/Readers.h"
+#include "host/SignatureNames.h"
 #include "host/TokenService.h"
 
 namespace Host {
@@ -14,16 +16,23 @@ using Wire::Bytes;
 constexpr int kRounds = 20;
 constexpr char kLogin[] = "login";
 
-const char* NameOf(Wire::Operation operation) {
+/// An operation in messages.
+struct Words {
+  const char* noun;
+  const char* verb;
+  const char* hint;  ///< what to ask oneself when it fails
+};
+
+Words WordsOf(Wire::Operation operation) {
   switch (operation) {
     case Wire::Operation::SignData:
-      return "signing";
+      return {"signing", "sign", ""};
     case Wire::Operation::DecryptData:
-      return "decryption";
+      return {"decryption", "decrypt", "was it encrypted for this key, with RSA PKCS#1 v1.5?"};
     case Wire::Operation::PerformKeyExchange:
-      return "key agreement";
+      return {"key agreement", "agree a secret", "is the other party's key on the same curve?"};
     default:
-      return "reading";
+      return {"reading", "be read", ""};
   }
 }
 
@@ -31,6 +40,14 @@ std::string Listed(const Wire::Algorithms& algorithms) {
   std::string text;
   for (const std::string& algorithm : algorithms) text += (text.empty() ? "" : ", ") + algorithm;
   return "[" + text + "]";
+}
+
+Failure NotSupported(Wire::Operation operation, const Wire::Item& key, const std::string& algorithm) {
+  const std::string subject = "key " + key.objectID + " (" + KeyTypeName(key) + ") cannot ";
+  const std::string name = SignatureNameOf(algorithm);
+  return {ExitStatus::NotSupported,
+          subject + (name.empty() ? WordsOf(operation).verb + std::string("; 'ctkhost list' shows which key can")
+                                  : "sign with " + name + "; RSA keys take rsa-..., EC keys ecdsa-...")};
 }
 
 size_t BlockLength(const Wire::Item& key) {
@@ -43,7 +60,8 @@ KeySession::KeySession(const CardToken& token, const PinSource& pins) : m_token(
   const auto answer = m_token.Process().Ask({"createSession", "opening the card"},
                                             [&](Wire::Client& client) { return client.CreateSession(m_token.ID()); });
   if (!answer)
-    throw Failure(ExitStatus::Failed, "the card gave no session (" + Describe(answer.error) + "); insert it again");
+    throw Failure(ExitStatus::Failed,
+                  "the card cannot be opened (" + Describe(answer.error) + "); take it out and put it in again");
   m_session = *answer;
 }
 
@@ -51,16 +69,13 @@ Wire::Algorithms KeySession::Walk(Wire::Operation operation, const Wire::Item& k
                                   Bytes* data) {
   const auto supports = [&](const Candidate& candidate) {
     const auto answer = m_token.Process().Ask(
-        {"supportsOperation " + Listed(candidate.algorithms), NameOf(operation)}, [&](auto& client) {
+        {"supportsOperation " + Listed(candidate.algorithms), WordsOf(operation).noun}, [&](auto& client) {
           return client.SupportsOperation(m_session, candidate.operation, key.objectID, candidate.algorithms);
         });
     return answer && *answer;
   };
   const auto found = FindSupported(operation, algorithm, supports);
-  if (!found)
-    throw Failure(ExitStatus::NotSupported, std::string(NameOf(operation)) + " with " + algorithm +
-                                                " is not supported by key " + key.objectID +
-                                                "; 'ctkhost list' shows what it can do");
+  if (!found) throw NotSupported(operation, key, algorithm);
   *data = Convert(found->conversions, std::move(*data), BlockLength(key));
   return found->algorithms;
 }
@@ -95,27 +110,29 @@ Bytes KeySession::Perform(Wire::Operation number, const std::string& call, const
   } catch (const Failure& failure) {
     const std::string gone = WhatIsGone(m_token.Reader());
     if (gone.empty()) throw;
-    throw Failure(ExitStatus::NoToken, std::string(NameOf(number)) + " failed: " + gone + " and run the command again");
+    throw Failure(ExitStatus::NoToken, WordsOf(number).noun + (" failed: " + gone) + " and try again");
   }
 }
 
 Bytes KeySession::Attempt(Wire::Operation number, const std::string& call, const Wire::Item& key,
                           const Operation& operation) {
   for (int round = 0; round < kRounds; ++round) {
-    auto answer = m_token.Process().Ask({call, NameOf(number)}, operation);
+    auto answer = m_token.Process().Ask({call, WordsOf(number).noun}, operation);
     if (answer) return *std::move(answer.value);
-    if (!IsTokenKitError(answer.error, kAuthenticationNeeded)) throw OperationFailure(NameOf(number), answer.error);
+    if (!IsTokenKitError(answer.error, kAuthenticationNeeded))
+      throw OperationFailure(WordsOf(number).noun, answer.error, WordsOf(number).hint);
     Authenticate(number, key);
   }
-  throw Failure(ExitStatus::Failed, std::string(NameOf(number)) + " still needs authentication after " +
-                                        std::to_string(kRounds) + " logins (TKErrorDomain -9); insert the card again");
+  throw Failure(ExitStatus::Failed, WordsOf(number).noun + std::string(" failed: the card still wants a login after ") +
+                                        std::to_string(kRounds) +
+                                        " of them (TKErrorDomain -9); take it out, put it in and try again");
 }
 
 void KeySession::Authenticate(Wire::Operation number, const Wire::Item& key) {
   const auto constraint = key.constraints.find(number);
   if (constraint == key.constraints.end() || constraint->second == false)
-    throw Failure(ExitStatus::NotSupported, std::string(NameOf(number)) + " needs a login that key " + key.objectID +
-                                                " does not offer; use another key");
+    throw Failure(ExitStatus::NotSupported, "key " + key.objectID + " cannot " + WordsOf(number).verb +
+                                                ": it offers no login for that; use another key");
   const auto begun = m_token.Process().Ask(
       {"beginAuth " + constraint->second.dump(), kLogin},
       [&](Wire::Client& client) { return client.BeginAuth(m_session, number, constraint->second); });
@@ -134,16 +151,13 @@ void KeySession::Authenticate(Wire::Operation number, const Wire::Item& key) {
 Failure KeySession::LoginFailure(const Wire::Item& key, const std::optional<Wire::Error>& error) const {
   if (error && !IsTokenKitError(error, kBadParameter)) return OperationFailure(kLogin, error);
   const std::optional<int> tries = PinTriesLeft(m_token.Reader(), key.objectID);
-  const std::string locked = "the PIN is locked: unlock it with 'softcard unlock'";
-  std::string text;
-  if (error) {
-    text = "login failed: wrong PIN (" + Describe(error) + "); ";
-    text += !tries ? "use the right one" : *tries > 0 ? "tries left: " + std::to_string(*tries) : locked;
-  } else {
-    text = "login failed: the card refused the PIN without a reason (no error object); ";
-    text += !tries || *tries == 0 ? locked : "tries left: " + std::to_string(*tries);
-  }
-  return {ExitStatus::PinRefused, text};
+  const std::string what = error ? "wrong PIN (" + CodeOf(*error) + ")" : "the card refused the PIN without a reason";
+  std::string advice = error ? "try again with the right one; the card counts the wrong ones"
+                             : "perhaps it is locked: the maker's tool unlocks it";
+  if (tries)
+    advice = *tries > 0 ? "tries left: " + std::to_string(*tries)
+                        : "the PIN is locked now: 'softcard unlock CARD' unlocks it";
+  return {ExitStatus::PinRefused, "login failed: " + what + "; " + advice};
 }
 
 }  // namespace Host

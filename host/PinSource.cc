@@ -55,7 +55,8 @@ class ChildrenEndUnnoticed {
 
 Wire::Attachment AskOnTerminal(const std::string& prompt) {
   const int terminal = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
-  if (terminal < 0) throw Failure(ExitStatus::Failed, "no terminal to ask for the PIN on; use --pin-file FILE");
+  if (terminal < 0)
+    throw Failure(ExitStatus::Failed, "no terminal to ask for the PIN on; give it with --pin-file FILE");
   close(terminal);
   Wire::Attachment pin(kLongestPin + 1);
   auto* text = reinterpret_cast<char*>(pin.data());
@@ -63,13 +64,19 @@ Wire::Attachment AskOnTerminal(const std::string& prompt) {
   const int result = UI_UTIL_read_pw_string(text, static_cast<int>(pin.size()), prompt.c_str(), 0);
   if (result == -2) throw Failure(ExitStatus::Cancelled, "PIN entry was cancelled; run the command again");
   if (result != 0)
-    throw Failure(ExitStatus::Failed, "the PIN could not be read from the terminal; use --pin-file FILE");
+    throw Failure(ExitStatus::Failed, "the PIN could not be read from the terminal; give it with --pin-file FILE");
   pin.Shorten(std::strlen(text));
+  if (pin.size() == 0)
+    throw Failure(ExitStatus::Cancelled, "no PIN was typed, so none was tried; run the command again");
   return pin;
 }
 
 Wire::Attachment PinSource::Read(std::optional<int> triesLeft) const {
   return m_file.empty() ? m_ask(Prompt(triesLeft)) : ReadFile();
+}
+
+std::string PinSource::Name() const {
+  return m_file == "-" ? "standard input" : "the PIN file " + m_file;
 }
 
 Wire::Attachment PinSource::ReadFile() const {
@@ -79,12 +86,13 @@ Wire::Attachment PinSource::ReadFile() const {
   const ssize_t length = descriptor < 0 ? -1 : ReadUpTo(descriptor, pin);
   const std::string reason = std::strerror(errno);
   if (descriptor >= 0 && !standardInput) close(descriptor);
-  if (length < 0) throw Failure(ExitStatus::Failed, "the PIN file " + m_file + " cannot be read: " + reason);
+  if (length < 0) throw Failure(ExitStatus::Failed, Name() + " cannot be read: " + reason);
   const uint8_t* end = std::find(pin.data(), pin.data() + length, '\n');
   if (end > pin.data() && end[-1] == '\r') --end;
   const auto pinLength = static_cast<size_t>(end - pin.data());
   if (pinLength > kLongestPin)
-    throw Failure(ExitStatus::Failed, "the first line of " + m_file + " is too long for a PIN");
+    throw Failure(ExitStatus::Failed, "the first line of " + Name() + " is too long for a PIN");
+  if (pinLength == 0) throw Failure(ExitStatus::Failed, "the first line of " + Name() + " is empty; put the PIN there");
   pin.Shorten(pinLength);
   return pin;
 }

@@ -15,7 +15,8 @@ SoftCard::State LoadState() {
   try {
     return SoftCard::Load(SoftCard::StateDirectory());
   } catch (const std::runtime_error& problem) {
-    throw Failure(ExitStatus::NoToken, std::string("the soft readers are not known: ") + problem.what());
+    throw Failure(ExitStatus::NoToken, std::string("the soft readers cannot be read: ") + problem.what() +
+                                           "; mend that file, or remove it and make the cards again");
   }
 }
 

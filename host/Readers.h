@@ -24,6 +24,9 @@ struct ServiceReaders {
   bool operator==(const ServiceReaders& other) const { return readers == other.readers && problem == other.problem; }
 };
 
+/// What to do without a reader that does not exist yet.
+constexpr char kMakeSoftReader[] = "make a soft one: 'softcard init demo', then 'softcard insert demo'";
+
 /// The readers of the smart-card service, when it runs, then the soft readers of this user.
 /// Throws Failure when what is kept of soft readers cannot be read.
 std::vector<Reader> Readers();

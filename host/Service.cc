@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "host/Terminal.h"
 #include "host/Timing.h"
 
 namespace Host {
@@ -39,10 +40,11 @@ std::vector<Reader> ChosenReaders(const Options& options) {
     if (options.reader.empty() || reader.name == options.reader) chosen.push_back(std::move(reader));
   if (!chosen.empty()) return chosen;
   if (!options.reader.empty())
-    throw Failure(ExitStatus::NoToken, "no reader is called '" + options.reader + "'; 'ctkhost readers' shows them");
+    throw Failure(ExitStatus::NoToken,
+                  "no reader is called '" + options.reader + "'; 'ctkhost readers' shows the readers");
   const std::string problem = ServiceProblem();
-  throw Failure(ExitStatus::NoToken, "no reader" + (problem.empty() ? "; plug one in" : ": " + problem) +
-                                         ", or make a soft one with 'softcard init'");
+  throw Failure(ExitStatus::NoToken,
+                "no reader" + (problem.empty() ? "; plug one in" : ": " + problem) + ", or " + kMakeSoftReader);
 }
 
 CardTokens OpenTokens(const Options& options, ExtensionProcess& process) {
@@ -57,9 +59,11 @@ CardTokens OpenTokens(const Options& options, ExtensionProcess& process) {
     }
   }
   if (tokens.empty() && failures.empty())
-    throw Failure(ExitStatus::NoToken, "no card in a reader; insert one ('softcard insert')");
+    throw Failure(ExitStatus::NoToken,
+                  (options.reader.empty() ? "no card in any reader" : "no card in \"" + options.reader + "\"") +
+                      "; put one in ('softcard insert CARD' for a soft one)");
   if (tokens.empty()) throw failures.front();
-  for (const Failure& failure : failures) TellOnStandardError(std::string("ctkhost: ") + failure.what());
+  for (const Failure& failure : failures) TellUser(failure.what());
   return tokens;
 }
 

@@ -37,4 +37,10 @@ std::string SignatureAlgorithm(const std::string& name) {
   throw std::out_of_range("no signature algorithm is called " + name);
 }
 
+std::string SignatureNameOf(const std::string& algorithm) {
+  for (const Row& row : kRows)
+    if (algorithm == row.algorithm) return row.name;
+  return "";
+}
+
 }  // namespace Host

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 namespace Host {
@@ -45,6 +46,20 @@ TerminalSize SizeOf(int descriptor) {
 
 Page OutputPage() {
   return {SizeOf(STDOUT_FILENO).columns, UsesColours()};
+}
+
+void TellUser(const std::string& message) {
+  const std::string text = "ctkhost: " + message;
+  if (isatty(STDERR_FILENO) == 0) {
+    std::fprintf(stderr, "%s\n", text.c_str());
+    return;
+  }
+  const std::string indent = "  ";
+  const char* start = "";
+  for (const std::string& line : Wrapped(text, SizeOf(STDERR_FILENO).columns - indent.size())) {
+    std::fprintf(stderr, "%s%s\n", start, line.c_str());
+    start = indent.c_str();
+  }
 }
 
 FullScreen::FullScreen() {

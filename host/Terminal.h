@@ -26,6 +26,10 @@ TerminalSize SizeOf(int descriptor);
 /// What standard output is laid out for.
 Page OutputPage();
 
+/// Prints `message` on standard error as a line that begins with the program's name; at a terminal as many lines as it
+/// needs, broken between words.
+void TellUser(const std::string& message);
+
 /// The terminal as a screen that is drawn as a whole. What it showed before is back when this object ends.
 class FullScreen {
  public:

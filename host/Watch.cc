@@ -118,7 +118,7 @@ class Watcher {
   }
 
   void TellOfFailure(const std::string& reader, const Failure& failure) {
-    m_view.Tell({std::string("failed ") + failure.what(),
+    m_view.Tell({std::string("failed: ") + failure.what(),
                  {{"event", "failed"}, {"reader", reader}, {"message", failure.what()}}});
   }
 

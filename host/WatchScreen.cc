@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "host/Readers.h"
 #include "host/WatchView.h"
 
 namespace Host {
@@ -60,7 +61,7 @@ std::vector<std::string> ScreenLines(const WatchState& state, const std::vector<
     screen.AddReader(reader);
   }
   if (state.readers.empty())
-    screen.AddWrapped(Style::Plain, "no reader; plug one in, or make a soft one with 'softcard init'");
+    screen.AddWrapped(Style::Plain, std::string("no reader; plug one in, or ") + kMakeSoftReader);
 
   Screen footer(size.columns, colours);
   if (!recent.empty()) footer.Add(Style::Plain, "");

@@ -68,9 +68,66 @@ TEST_P(Lookups, ThatFindNoOneKeyAreStatusFour) {
 
 INSTANTIATE_TEST_SUITE_P(
     CommandLine, Lookups,
-    ::testing::Values(Lookup{"nobody", "ctkhost: no key is called 'nobody'; 'ctkhost list' shows them\n"},
-                      Lookup{"twin", "ctkhost: 2 keys are called 'twin'; use the identifier, or --reader\n"},
-                      Lookup{"11a1", "ctkhost: no key is called '11a1'; 'ctkhost list' shows them\n"}));
+    ::testing::Values(
+        Lookup{"nobody", "ctkhost: no key is called 'nobody'; 'ctkhost list' shows the keys\n"},
+        Lookup{"twin", "ctkhost: 2 keys are called 'twin'; name one by its ID in 'ctkhost list', or use --reader\n"},
+        Lookup{"11a1", "ctkhost: '11a1' is no key; 'ctkhost list' shows the keys\n"}));
+
+struct Usage {
+  Arguments arguments;
+  const char* line;
+};
+
+TEST(CommandLine, SaysWhatIsWrongWithACommandLineAndWhereToLook) {
+  const FakeCard card;
+  const Usage kRows[] = {
+      {{}, "which command? 'ctkhost --help' shows them"},
+      {{"unheard-of"}, "there is no command 'unheard-of'; 'ctkhost --help' shows them"},
+      {{"list", "--unheard-of"},
+       "the following argument was not expected: --unheard-of; 'ctkhost list --help' shows how to use it"},
+      {{"sign"}, "--key is required; 'ctkhost sign --help' shows how to use it"},
+      {{"sign", "--algorithm", "md5"},
+       "--algorithm: there is no algorithm 'md5'; 'ctkhost sign --help' shows how to use it"},
+      {{"list", "--timeout", "0"},
+       "--timeout: Value 0 not in range 1 to 3600; 'ctkhost list --help' shows how to use it"},
+  };
+  for (const Usage& row : kRows) {
+    const ChildResult result = RunChild(QEL_CTKHOST, row.arguments, card.Environment());
+    EXPECT_EQ(result.exitStatus, 2);
+    EXPECT_EQ(result.errors, std::string("ctkhost: ") + row.line + "\n");
+  }
+}
+
+TEST(CommandLine, TheLastOfAnOptionThatIsGivenTwiceCounts) {
+  const FakeCard card;
+  EXPECT_EQ(card.Host({"--reader", "None", "readers", "--reader", "Test Reader"}).output, "card   Test Reader\n");
+}
+
+TEST(CommandLine, AResultThatCouldNotBeWrittenIsRefusedBeforeTheCardIsAsked) {
+  const FakeCard card;
+  const std::pair<std::string, std::string> kRows[] = {
+      {"none/out", " cannot be written: there is no folder " + card.Path("none") + "\n"},
+      {"cards", " is a folder; name a file\n"},
+  };
+  for (const auto& [out, problem] : kRows) {
+    const ChildResult result = card.Host({"sign", "--key", "first", "--algorithm", "rsa-pkcs1-sha1", "--in",
+                                          card.Path("message"), "--out", card.Path(out)});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.errors, "ctkhost: " + card.Path(out) + problem);
+  }
+  EXPECT_FALSE(card.Has("calls"));
+}
+
+TEST(CommandLine, AFileThatCannotBeReadIsNamed) {
+  const FakeCard card;
+  const std::pair<std::string, std::string> kRows[] = {
+      {"none", " cannot be read: No such file or directory\n"},
+      {"cards", " is a folder; name a file\n"},
+  };
+  for (const auto& [in, problem] : kRows)
+    EXPECT_EQ(card.Host({"decrypt", "--key", "first", "--in", card.Path(in), "--out", card.Path("out")}).errors,
+              "ctkhost: " + card.Path(in) + problem);
+}
 
 TEST(CommandLine, ReadersAreShownWithAndWithoutACard) {
   const FakeCard card;
@@ -81,12 +138,15 @@ TEST(CommandLine, AReaderOfAnotherNameIsStatusThree) {
   const FakeCard card;
   const ChildResult result = card.Host({"list", "--reader", "None"});
   EXPECT_EQ(result.exitStatus, 3);
-  EXPECT_EQ(result.errors, "ctkhost: no reader is called 'None'; 'ctkhost readers' shows them\n");
+  EXPECT_EQ(result.errors, "ctkhost: no reader is called 'None'; 'ctkhost readers' shows the readers\n");
 }
 
 TEST(CommandLine, AnEmptyReaderIsStatusThree) {
   const FakeCard card;
-  EXPECT_EQ(card.Host({"list", "--reader", "Empty Reader"}).exitStatus, 3);
+  const ChildResult result = card.Host({"list", "--reader", "Empty Reader"});
+  EXPECT_EQ(result.exitStatus, 3);
+  EXPECT_EQ(result.errors,
+            "ctkhost: no card in \"Empty Reader\"; put one in ('softcard insert CARD' for a soft one)\n");
 }
 
 TEST(CommandLine, ListPrintsTheItemsAsJson) {
@@ -162,7 +222,7 @@ TEST(CommandLine, WithoutATerminalItSaysHowElseToGiveThePin) {
   arguments.insert(arguments.begin(), {"--wait", QEL_CTKHOST});
   const ChildResult result = RunChild("/usr/bin/setsid", arguments, card.Environment());
   EXPECT_EQ(result.exitStatus, 1);
-  EXPECT_EQ(result.errors, "ctkhost: no terminal to ask for the PIN on; use --pin-file FILE\n");
+  EXPECT_EQ(result.errors, "ctkhost: no terminal to ask for the PIN on; give it with --pin-file FILE\n");
 }
 
 struct PinFile {
@@ -175,13 +235,19 @@ TEST(PinSource, TakesTheFirstLineWithoutItsEnd) {
                                      {"1234\n", "1234"},
                                      {"1234\r\n", "1234"},
                                      {"1234\n5678\n", "1234"},
-                                     {"\n", ""},
                                      {" 12 \n", " 12 "},
-                                     {"", ""},
                                      {std::string(1023, 'x') + "\n", std::string(1023, 'x')}}) {
     card.Write("pin", content);
     const Wire::Attachment read = Host::PinSource(card.Path("pin")).Read(std::nullopt);
     EXPECT_EQ(std::string(read.data(), read.data() + read.size()), pin);
+  }
+}
+
+TEST(PinSource, RefusesAnEmptyLineWhichWouldCostATry) {
+  const FakeCard card;
+  for (const char* content : {"", "\n", "\r\n", "\n1234\n"}) {
+    card.Write("pin", content);
+    EXPECT_THROW(Host::PinSource(card.Path("pin")).Read(std::nullopt), Host::Failure) << content;
   }
 }
 

@@ -127,7 +127,7 @@ TEST_F(ExtensionProcessTest, AMissingExecutableIsNamed) {
   ExtensionProcess process("/nowhere/Some.appex", kTimeout);
   EXPECT_EQ(FailureOf(process),
             "the extension cannot be started: /nowhere/Some.appex/Contents/MacOS/Some: No such file "
-            "or directory; --extension names its bundle");
+            "or directory; build it, or name its bundle with --extension");
 }
 
 TEST_F(ExtensionProcessTest, TellsTheObserverOfRequestsAndOutcomesInOrder) {

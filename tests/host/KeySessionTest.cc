@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "softcard/State.h"
 #include "tests/host/FakeCard.h"
 
 namespace {
@@ -63,7 +64,9 @@ TEST(KeySession, GivesUpAfterTwentyLogins) {
   const Names calls = card.Calls();
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "signData"), 20);
   ExpectOneLine(
-      result, "ctkhost: signing still needs authentication after 20 logins (TKErrorDomain -9); insert the card again");
+      result,
+      "ctkhost: signing failed: the card still wants a login after 20 of them (TKErrorDomain -9); take it out, put it "
+      "in and try again");
 }
 
 TEST(KeySession, WrongPinIsStatusFiveAndSaysHowManyTriesAreLeft) {
@@ -72,7 +75,7 @@ TEST(KeySession, WrongPinIsStatusFiveAndSaysHowManyTriesAreLeft) {
   card.Write("pin", "4321\n");
   const ChildResult result = card.Sign();
   EXPECT_EQ(result.exitStatus, 5);
-  ExpectOneLine(result, "ctkhost: login failed: wrong PIN (TKErrorDomain -8, bad parameter); tries left: 2");
+  ExpectOneLine(result, "ctkhost: login failed: wrong PIN (TKErrorDomain -8); tries left: 2");
   EXPECT_FALSE(card.Has("out"));
 }
 
@@ -100,35 +103,68 @@ TEST_P(Refusals, EndWithTheirStatusOneLineAndNoFile) {
 }
 
 const Refusal kRefusals[] = {
-    {"finishAuth", "none", 5,
-     "login failed: the card refused the PIN without a reason (no error object); tries left: 2"},
-    {"finishAuth", "error CryptoTokenKit -4", 6,
-     "login failed (TKErrorDomain -4, cancelled by user); run the command again"},
+    {"finishAuth", "none", 5, "login failed: the card refused the PIN without a reason; tries left: 2"},
+    {"finishAuth", "error CryptoTokenKit -4", 6, "login was cancelled (TKErrorDomain -4); try again"},
     {"finishAuth", "error QELException -1", 1,
-     "login failed (QELException -1, made up); the token log has the card's answer"},
-    {"beginAuth", "none", 1, "login failed (no error object); the token log has the card's answer"},
-    {"signData", "error CryptoTokenKit -4", 6,
-     "signing failed (TKErrorDomain -4, cancelled by user); run the command again"},
+     "login failed (QELException -1, made up); 'ctkhost log' has the card's answer"},
+    {"beginAuth", "none", 1, "login failed without a reason; 'ctkhost log' has the card's answer"},
+    {"signData", "error CryptoTokenKit -4", 6, "signing was cancelled (TKErrorDomain -4); try again"},
     {"signData", "error CryptoTokenKit -8", 5,
-     "signing failed (TKErrorDomain -8, bad parameter); the PIN was wrong: run the command again with the right one"},
-    {"signData", "error QELToken -7", 1, "signing failed (QELToken -7, made up); the token log has the card's answer"},
-    {"signData", "none", 1, "signing failed (no error object); the token log has the card's answer"},
+     "signing failed: wrong PIN (TKErrorDomain -8); try again with the right one"},
+    {"signData", "error QELToken -7", 1, "signing failed (QELToken -7, made up); 'ctkhost log' has the card's answer"},
+    {"signData", "none", 1, "signing failed without a reason; 'ctkhost log' has the card's answer"},
     {"supportsOperation", "no", 4,
-     "signing with algid:sign:RSA:message-PKCS1v15:SHA256 is not supported by key 12a1; 'ctkhost list' shows what it "
-     "can do"},
-    {"createSession", "none", 1, "the card gave no session (no error object); insert it again"},
-    {"createToken", "error QELToken -3", 3,
-     "no token for the card in reader \"Test Reader\" (QELToken -3, made up); is it a card of this maker?"},
+     "key 12a1 (RSA-2048) cannot sign with rsa-pkcs1-sha256; RSA keys take rsa-..., EC keys ecdsa-..."},
+    {"createSession", "none", 1, "the card cannot be opened (no error object); take it out and put it in again"},
+    {"createToken", "error QELToken -1", 3,
+     "the card in \"Test Reader\" cannot be used (QELToken -1, made up); the PKCS#11 library does not work: install "
+     "the "
+     "extension again"},
+    {"createToken", "error QELToken -4", 3,
+     "the card in \"Test Reader\" cannot be used (QELToken -4, made up); the PKCS#11 library does not know this "
+     "reader: "
+     "plug it in again"},
+    {"createToken", "error QELToken -6", 3,
+     "the card in \"Test Reader\" cannot be used (QELToken -6, made up); is it a card of this maker, put in the right "
+     "way? 'ctkhost log' tells more"},
+    {"createToken", "none", 3,
+     "the card in \"Test Reader\" cannot be used (no error object); is it a card of this maker, put in the right way? "
+     "'ctkhost log' tells more"},
 };
 
 INSTANTIATE_TEST_SUITE_P(KeySession, Refusals, ::testing::ValuesIn(kRefusals));
+
+TEST(KeySession, SaysOfADecryptionWhatMayHaveBeenWrong) {
+  const FakeCard card;
+  card.Script("decryptData", {"none"});
+  const ChildResult result =
+      card.Host({"decrypt", "--key", "first", "--in", card.Path("message"), "--out", card.Path("out")});
+  EXPECT_EQ(result.exitStatus, 1);
+  ExpectOneLine(result,
+                "ctkhost: decryption failed without a reason; was it encrypted for this key, with RSA PKCS#1 v1.5? "
+                "'ctkhost log' has the card's answer");
+}
+
+TEST(KeySession, SaysOfACardWhoseTriesAreNotKnownWhatMayBe) {
+  const FakeCard card;
+  card.Script("signData", {kNeedsLogin});
+  SoftCard::Update(card.Path("cards"), [](SoftCard::State& state) { state.cards[0].tokens.clear(); });
+  card.Script("finishAuth", {"none", "error CryptoTokenKit -8"});
+  ExpectOneLine(card.Sign(),
+                "ctkhost: login failed: the card refused the PIN without a reason; perhaps it is locked: the maker's "
+                "tool unlocks it");
+  ExpectOneLine(
+      card.Sign(),
+      "ctkhost: login failed: wrong PIN (TKErrorDomain -8); try again with the right one; the card counts the "
+      "wrong ones");
+}
 
 TEST(KeySession, RefusesAKeyWhoseConstraintForbidsTheOperation) {
   const FakeCard card;
   card.Script("signData", {kNeedsLogin});
   const ChildResult result = card.Sign("unguarded");
   EXPECT_EQ(result.exitStatus, 4);
-  ExpectOneLine(result, "ctkhost: signing needs a login that key 12a4 does not offer; use another key");
+  ExpectOneLine(result, "ctkhost: key 12a4 cannot sign: it offers no login for that; use another key");
   EXPECT_EQ(card.CallLine("beginAuth"), "");
 }
 

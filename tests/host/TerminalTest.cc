@@ -59,6 +59,15 @@ TEST_F(TerminalTest, ThePinIsTypedWithoutEchoAndTheTriesLeftAreTold) {
   EXPECT_EQ(conversation.seen, "PIN (tries left: 2): \r\n" + m_card.Path("out") + ": 6 bytes\r\n");
 }
 
+TEST_F(TerminalTest, NothingTypedIsNotTried) {
+  const Conversation conversation = Converse(m_card, "\n");
+  EXPECT_EQ(conversation.exitStatus, 6) << conversation.seen;
+  EXPECT_NE(conversation.seen.find("ctkhost: no PIN was typed, so none was tried; run the command again\r\n"),
+            std::string::npos)
+      << conversation.seen;
+  EXPECT_EQ(m_card.CallLine("finishAuth"), "");
+}
+
 TEST_F(TerminalTest, AnInterruptedEntryIsCancelled) {
   const Conversation conversation = Converse(m_card, "12\x03");
   EXPECT_EQ(conversation.exitStatus, 6) << conversation.seen;

@@ -106,7 +106,7 @@ TEST(Removal, WithoutTheCardThereIsNoToken) {
   ASSERT_EQ(card.SoftCard({"remove"}).exitStatus, 0);
   const ChildResult result = card.Host({"list"});
   EXPECT_EQ(result.exitStatus, 3);
-  EXPECT_EQ(result.errors, "ctkhost: no card in a reader; insert one ('softcard insert')\n");
+  EXPECT_EQ(result.errors, "ctkhost: no card in any reader; put one in ('softcard insert CARD' for a soft one)\n");
 }
 
 }  // namespace

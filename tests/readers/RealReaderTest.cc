@@ -171,8 +171,8 @@ TEST_F(RealReaders, WithoutTheServiceAndSoftOnesTheErrorSaysWhatToDo) {
   environment["QEL_SOFTCARD_DIR"] = m_card->Path("none");
   const ChildResult result = RunChild(QEL_CTKHOST, {"list"}, environment);
   EXPECT_EQ(result.exitStatus, 3);
-  EXPECT_EQ(result.errors,
-            std::string("ctkhost: no reader: ") + kDoesNotRun + ", or make a soft one with 'softcard init'\n");
+  EXPECT_EQ(result.errors, std::string("ctkhost: no reader: ") + kDoesNotRun +
+                               ", or make a soft one: 'softcard init demo', then 'softcard insert demo'\n");
 }
 
 /// When cards and readers are pulled.
@@ -222,8 +222,7 @@ class Pulled : public RealReaders, public ::testing::WithParamInterface<Moment> 
   }
 
   void ExpectTheErrorAndNothingLeft(const std::string& reason) {
-    EXPECT_TRUE(m_sign->Prints("ctkhost: signing failed: the " + reason + " and run the command again"))
-        << m_sign->Printed();
+    EXPECT_TRUE(m_sign->Prints("ctkhost: signing failed: the " + reason + " and try again")) << m_sign->Printed();
     EXPECT_EQ(m_sign->Wait(), 3) << m_sign->Printed();
     const std::string mark = "started the extension, process ";
     const size_t at = m_sign->Printed().find(mark);

@@ -112,7 +112,7 @@ TEST(Support, WithoutACardSaysSoAndStillReports) {
   ASSERT_EQ(card.SoftCard({"remove"}).exitStatus, 0);
   const ChildResult result = card.Host({"support"});
   EXPECT_EQ(result.exitStatus, 0);
-  EXPECT_THAT(result.output, AllOf(HasSubstr("Published items\n  no card in a reader"), HasSubstr("    no card\n")));
+  EXPECT_THAT(result.output, AllOf(HasSubstr("Published items\n  no card in any reader"), HasSubstr("    no card\n")));
 }
 
 TEST(Support, TellsOfALibraryThatIsMissing) {

@@ -29,7 +29,7 @@ Host::WatchState OneToken(size_t items) {
             WatchedReader::State::Failed,
             "",
             {},
-            "no token for the card in reader \"Broken\" (TKErrorDomain -8); is it a card of this maker?"}},
+            "the card in \"Broken\" cannot be used (TKErrorDomain -8); is it a card of this maker?"}},
           "the smart-card service (pcscd) does not run; start it to use real readers"};
 }
 
@@ -51,12 +51,12 @@ TEST(WatchScreen, ShowsReadersTokensAndItemsInEightyColumns) {
 TEST(WatchScreen, TellsOfTheServiceAndOfACardWithoutAToken) {
   const Lines lines = ScreenLines(OneToken(0), {}, {80, 24}, false);
   EXPECT_EQ(lines[1], "  the smart-card service (pcscd) does not run; start it to use real readers");
-  EXPECT_NE(std::find(lines.begin(), lines.end(), "  this maker?"), lines.end());
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "  maker?"), lines.end());
 }
 
 TEST(WatchScreen, SaysWhatToDoWithoutAReader) {
-  EXPECT_EQ(Host::ScreenLines({}, {}, {80, 24}, false)[1],
-            "  no reader; plug one in, or make a soft one with 'softcard init'");
+  EXPECT_EQ(ScreenLines({}, {}, {100, 24}, false)[1],
+            "  no reader; plug one in, or make a soft one: 'softcard init demo', then 'softcard insert demo'");
 }
 
 TEST(WatchScreen, ShowsTheLastEventsBelow) {

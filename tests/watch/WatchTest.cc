@@ -76,7 +76,7 @@ TEST_F(WatchTest, WatchesOnlyTheReaderThatIsAskedFor) {
 TEST_F(WatchTest, ACardWithoutATokenIsToldOfAndTheNextOneIsRead) {
   m_card.Script("createToken", {"error CryptoTokenKit -8", "ok"});
   Start(Output::Pipe);
-  EXPECT_TRUE(Prints("failed no token for the card in reader \"Test Reader\"")) << m_watch->Printed();
+  EXPECT_TRUE(Prints("failed: the card in \"Test Reader\" cannot be used")) << m_watch->Printed();
   Insert("Test Reader", "card");
   EXPECT_TRUE(Prints("token QEL-FAKE")) << m_watch->Printed();
 }
