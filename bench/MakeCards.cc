@@ -60,7 +60,7 @@ void Make(const std::string& name, const std::vector<std::string>& keys, const E
   std::filesystem::remove_all(store);
   Card card;
   card.name = BenchCard::kLabel;
-  Personalise(store, QEL_SOFTCARD_LIBRARY, {card, 1, BenchCard::kPin, keys, {}});
+  Personalise(store, QEL_SOFTCARD_LIBRARY, {card, 1, keys, {}}, BenchCard::kPin);
 
   const ScopedEnvironment beneath("SOFTHSM2_CONF", (store / "softhsm2.conf").string());
   const ScopedEnvironment forwarding("QEL_SOFTCARD_DIR", std::nullopt);

@@ -78,8 +78,7 @@ void AddInit(CLI::App& program, Options& options) {
     }
     if (order.generate.empty() && order.import.empty()) order.generate = {"rsa2048", "rsa3072", "p256", "p384"};
     const Pin pin(options.pinFile, "PIN of the new card: ", true);
-    order.pin = pin.Text();
-    Personalise(StateDirectory(), QEL_SOFTCARD_LIBRARY, order);
+    Personalise(StateDirectory(), QEL_SOFTCARD_LIBRARY, order, pin.Text());
     std::cout << "made card " << order.card.name << "; softcard insert " << order.card.name
               << " puts it into a reader\n";
   });

@@ -93,7 +93,8 @@ void WriteKey(const LoggedInSession& session, const DemoAuthority& authority, Pl
 
 }  // namespace
 
-void Personalise(const std::filesystem::path& directory, const std::string& libraryPath, CardOrder order) {
+void Personalise(const std::filesystem::path& directory, const std::string& libraryPath, CardOrder order,
+                 const std::string& pin) {
   if (Load(directory).FindCard(order.card.name))
     throw std::runtime_error("there is a card " + order.card.name + " already; choose another name");
   if (!Load(directory).library.empty())
@@ -109,8 +110,8 @@ void Personalise(const std::filesystem::path& directory, const std::string& libr
     for (size_t slot = 0; slot < order.slots; slot++) {
       const auto label = order.card.name + (slot ? " " + std::to_string(slot + 1) : "");
       const auto tokenSlot = FreeSlot(library);
-      order.card.tokens.push_back(InitializeToken(library, tokenSlot, label, order.pin));
-      const LoggedInSession session(library, tokenSlot, CKU_USER, order.pin);
+      order.card.tokens.push_back(InitializeToken(library, tokenSlot, label, pin));
+      const LoggedInSession session(library, tokenSlot, CKU_USER, pin);
       StoreCertificate(session, authority.Certificate(), kAuthority, {"Demo CA", {0xCA}});
       for (size_t key = slot; key < plan.size(); key += order.slots) WriteKey(session, authority, plan[key], key + 1);
     }

@@ -47,7 +47,7 @@ class SoftHsmCard : private TokenFolder, private SoftCard::ScopedEnvironment, pu
     // The soft card's library keeps its state until the process ends; unloaded, it would look like a leak.
     dlopen(SOFTCARD_LIBRARY, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     const std::vector<std::string> keys(contents.slots * contents.keysPerSlot, contents.rsa ? "rsa2048" : "p256");
-    SoftCard::Personalise(Path(), SOFTCARD_LIBRARY, {{"story"}, contents.slots, "1234", keys, {}});
+    SoftCard::Personalise(Path(), SOFTCARD_LIBRARY, {{"story"}, contents.slots, keys, {}}, "1234");
     SoftCard::LoadBeneath({});
     return SoftCard::Beneath();
   }

@@ -24,7 +24,7 @@ class SoftCardFixture : public ::testing::Test {
  protected:
   /// Makes a card with the given keys; the PIN is kPin.
   void Make(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
-    SoftCard::Personalise(m_directory, SOFTCARD_LIBRARY, {std::move(card), slots, kPin, std::move(keys), {}});
+    SoftCard::Personalise(m_directory, SOFTCARD_LIBRARY, {std::move(card), slots, std::move(keys), {}}, kPin);
   }
   void MakeAndInsert(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
     const auto name = card.name;
