@@ -90,7 +90,8 @@ void AddSoftCard(std::vector<SandboxRule>* rules) {
     throw Failure(ExitStatus::NoToken, std::string("the soft cards are not known: ") + problem.what());
   }
   rules->push_back({folder, Access::Change});
-  if (!state.library.empty()) rules->push_back({state.library, Access::Read});
+  // A bare name is looked up where libraries are, which may be read anyway.
+  if (fs::path(state.library).is_absolute()) rules->push_back({state.library, Access::Read});
   AddTrace(state.trace, rules);
   const char* trace = std::getenv("QEL_SOFTCARD_TRACE");
   AddTrace(trace ? trace : "", rules);

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "softcard/Softoken.h"
+
 namespace SoftCard {
 
 namespace {
@@ -63,25 +65,25 @@ std::string PrepareTokenStore(const std::filesystem::path& directory) {
   return configuration.string();
 }
 
-namespace {
+std::string ParametersBeneath(const std::filesystem::path& directory, const State& state) {
+  const bool ours = state.library == kSoftoken && state.parameters.empty();
+  return ours ? SoftokenParameters(directory, state.cards) : state.parameters;
+}
 
-CK_RV InitializeWithParameters(const State& state, void* arguments) {
-  if (state.parameters.empty()) return g_beneath->C_Initialize(arguments);
+CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, std::string parameters, void* arguments) {
+  if (parameters.empty()) return library->C_Initialize(arguments);
   // NSS softoken reads one more pointer after pReserved when that is given, and insists on null there.
   struct {
     CK_C_INITIALIZE_ARGS standard;
     void* after;
   } extended{};
   if (arguments) extended.standard = *static_cast<CK_C_INITIALIZE_ARGS*>(arguments);
-  auto parameters = state.parameters;
   extended.standard.pReserved = parameters.data();
-  return g_beneath->C_Initialize(&extended);
+  return library->C_Initialize(&extended);
 }
 
-}  // namespace
-
-CK_RV InitializeBeneath(const State& state, void* arguments) {
-  const auto result = InitializeWithParameters(state, arguments);
+CK_RV InitializeBeneath(const std::string& parameters, void* arguments) {
+  const auto result = InitializeWithParameters(g_beneath, parameters, arguments);
   // After the library's own registrations, so that its handlers run later than ours.
   if (result == CKR_OK) FinalizeBeforeOthersAtExit();
   return result;

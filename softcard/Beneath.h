@@ -20,9 +20,16 @@ CK_FUNCTION_LIST* Beneath();
 /// Returns the configuration file's path. Throws std::runtime_error, naming what could not be made.
 std::string PrepareTokenStore(const std::filesystem::path& directory);
 
-/// C_Initialize of the library beneath. With a parameter string in `state`, the library gets a copy of the arguments
-/// with that string in `pReserved`; otherwise the arguments go on unchanged.
-CK_RV InitializeBeneath(const State& state, void* arguments);
+/// The parameter string for the library beneath: the configured one, or what NSS softoken needs for the cards kept in
+/// `directory`; empty when it wants none. Throws as SoftokenParameters does.
+std::string ParametersBeneath(const std::filesystem::path& directory, const State& state);
+
+/// C_Initialize of a library. With parameters, it gets a copy of the arguments with that string in `pReserved`;
+/// otherwise the arguments go on unchanged.
+CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, std::string parameters, void* arguments);
+
+/// The same for the library beneath, which is then finalized when the process's exit begins.
+CK_RV InitializeBeneath(const std::string& parameters, void* arguments);
 
 /// C_Finalize of the library beneath. CKR_OK without a call once the process's exit has ended that library.
 CK_RV FinalizeBeneath(void* reserved);

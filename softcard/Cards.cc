@@ -67,13 +67,14 @@ bool Cards::Configured() {
 
 CK_RV Cards::StartBeneath(void* arguments) {
   const ScopedEnvironment store("SOFTHSM2_CONF", PrepareTokenStore(Directory()));
-  return InitializeBeneath(*m_state, arguments);
+  return InitializeBeneath(ParametersBeneath(Directory(), *m_state), arguments);
 }
 
 CK_RV Cards::Initialize(void* arguments) {
   const std::lock_guard<std::recursive_mutex> lock(m_mutex);
   const auto state = Refresh();
-  if (state->readers.empty() || m_configured) return InitializeBeneath(*state, arguments);
+  if (state->readers.empty() || m_configured)
+    return InitializeBeneath(ParametersBeneath(Directory(), *state), arguments);
   const auto result = StartBeneath(arguments);
   if (result != CKR_OK) return result;
   m_configured = true;
@@ -135,7 +136,7 @@ CK_RV Cards::SlotBeneath(CK_SLOT_ID slot, CK_SLOT_ID& beneath) {
   auto found = LookUpBeneath(token);
   const auto live = [](const auto& entry) { return !entry.second.removed; };
   if (!found && std::none_of(m_sessions.begin(), m_sessions.end(), live)) {
-    // SoftHSM2 reads its tokens when it starts: a card made since then is seen after another start.
+    // The library reads its tokens when it starts: a card made since then is seen after another start.
     FinalizeBeneath(nullptr);
     const auto result = StartBeneath(m_arguments ? &*m_arguments : nullptr);
     if (result != CKR_OK) return result;
@@ -162,12 +163,24 @@ CK_RV Cards::CheckSession(CK_SESSION_HANDLE session) {
 
 void Cards::SessionOpened(CK_SESSION_HANDLE session, CK_SLOT_ID slot) {
   const std::lock_guard<std::recursive_mutex> lock(m_mutex);
-  if (const auto place = Find(slot)) m_sessions[session] = {slot, place->reader.name, place->reader.insertions, false};
+  if (const auto place = Find(slot)) m_sessions[session] = {slot, place->reader.name, place->reader.insertions};
 }
 
 void Cards::SessionClosed(CK_SESSION_HANDLE session) {
   const std::lock_guard<std::recursive_mutex> lock(m_mutex);
   m_sessions.erase(session);
+}
+
+void Cards::SignatureBegun(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE ecdsaKey) {
+  const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+  const auto found = m_sessions.find(session);
+  if (found != m_sessions.end()) found->second.ecdsaKey = ecdsaKey;
+}
+
+CK_OBJECT_HANDLE Cards::EcdsaKeyOf(CK_SESSION_HANDLE session) {
+  const std::lock_guard<std::recursive_mutex> lock(m_mutex);
+  const auto found = m_sessions.find(session);
+  return found == m_sessions.end() ? CK_INVALID_HANDLE : found->second.ecdsaKey;
 }
 
 void Cards::SessionsClosed(CK_SLOT_ID slot) {

@@ -61,12 +61,18 @@ class Cards {
   void SessionClosed(CK_SESSION_HANDLE session);
   void SessionsClosed(CK_SLOT_ID slot);
 
+  /// Keeps, and tells, the key of the ECDSA signature that was last begun in a session; CK_INVALID_HANDLE: the last
+  /// signature is another one.
+  void SignatureBegun(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE ecdsaKey);
+  CK_OBJECT_HANDLE EcdsaKeyOf(CK_SESSION_HANDLE session);
+
  private:
   struct Session {
     CK_SLOT_ID slot;
     std::string reader;
     unsigned long insertions;
-    bool removed;
+    bool removed = false;
+    CK_OBJECT_HANDLE ecdsaKey = CK_INVALID_HANDLE;
   };
 
   std::shared_ptr<const State> Refresh();

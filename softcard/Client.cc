@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 
+#include "softcard/Beneath.h"
 #include "softcard/Names.h"
 
 namespace SoftCard {
@@ -13,13 +14,14 @@ void Require(const char* call, CK_RV result) {
   if (result != CKR_OK) throw std::runtime_error(std::string(call) + "() => " + ResultName(result));
 }
 
-Pkcs11Library::Pkcs11Library(const std::string& path) : m_library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+Pkcs11Library::Pkcs11Library(const std::string& path, const std::string& parameters)
+    : m_library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (!m_library) throw std::runtime_error(dlerror());
   try {
     const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(m_library, "C_GetFunctionList"));
     if (!getFunctionList) throw std::runtime_error(path + ": no PKCS#11 library");
     Require("C_GetFunctionList", getFunctionList(&m_functions));
-    Require("C_Initialize", m_functions->C_Initialize(nullptr));
+    Require("C_Initialize", InitializeWithParameters(m_functions, parameters, nullptr));
   } catch (...) {
     dlclose(m_library);
     throw;

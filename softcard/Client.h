@@ -17,8 +17,8 @@ void Require(const char* call, CK_RV result);
 /// A PKCS#11 library, loaded and initialized from construction to destruction.
 class Pkcs11Library {
  public:
-  /// Throws std::runtime_error, naming the file or the failed call.
-  explicit Pkcs11Library(const std::string& path);
+  /// `parameters` as InitializeWithParameters has them. Throws std::runtime_error, naming the file or the failed call.
+  explicit Pkcs11Library(const std::string& path, const std::string& parameters = {});
   ~Pkcs11Library();
   Pkcs11Library(const Pkcs11Library&) = delete;
   Pkcs11Library& operator=(const Pkcs11Library&) = delete;

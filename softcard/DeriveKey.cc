@@ -76,18 +76,24 @@ CK_RV TakeSecret(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, Bytes& secr
   return result;
 }
 
-CK_RV DeriveRaw(CK_SESSION_HANDLE session, CK_ECDH1_DERIVE_PARAMS parameters, CK_OBJECT_HANDLE key,
-                CK_ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE* derived) {
+CK_RV DeriveBeneath(CK_SESSION_HANDLE session, CK_ECDH1_DERIVE_PARAMS parameters, CK_OBJECT_HANDLE key,
+                    CK_ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE* derived) {
   auto point = PointWithFormatByte(parameters);
-  parameters.kdf = CKD_NULL;
-  parameters.pSharedData = nullptr;
-  parameters.ulSharedDataLen = 0;
   parameters.pPublicData = point.data();
   parameters.ulPublicDataLen = point.size();
   CK_MECHANISM mechanism{CKM_ECDH1_DERIVE, &parameters, sizeof parameters};
   return Beneath()->C_DeriveKey(session, &mechanism, key, attributes, count, derived);
 }
 
+CK_RV DeriveRaw(CK_SESSION_HANDLE session, CK_ECDH1_DERIVE_PARAMS parameters, CK_OBJECT_HANDLE key,
+                CK_ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE* derived) {
+  parameters.kdf = CKD_NULL;
+  parameters.pSharedData = nullptr;
+  parameters.ulSharedDataLen = 0;
+  return DeriveBeneath(session, parameters, key, attributes, count, derived);
+}
+
+/// The derivation for a library beneath that knows none.
 CK_RV DeriveHashed(CK_SESSION_HANDLE session, const CK_ECDH1_DERIVE_PARAMS& parameters, CK_OBJECT_HANDLE key,
                    Template& wanted, CK_OBJECT_HANDLE* derived) {
   const auto* length = wanted.Find(CKA_VALUE_LEN);
@@ -149,9 +155,10 @@ CK_RV CardDeriveKey(CK_SESSION_HANDLE session, CK_MECHANISM* mechanism, CK_OBJEC
   if (!parameters.pPublicData || (!parameters.pSharedData && parameters.ulSharedDataLen > 0) || !derived)
     return CKR_ARGUMENTS_BAD;
   Template wanted(attributes, count);
-  if (parameters.kdf == CKD_SHA1_KDF) return DeriveHashed(session, parameters, key, wanted, derived);
   if (parameters.kdf == CKD_NULL) return DeriveRaw(session, parameters, key, wanted.Data(), wanted.Count(), derived);
-  return Beneath()->C_DeriveKey(session, mechanism, key, attributes, count, derived);
+  const auto result = DeriveBeneath(session, parameters, key, attributes, count, derived);
+  const bool ours = result == CKR_MECHANISM_PARAM_INVALID && parameters.kdf == CKD_SHA1_KDF;
+  return ours ? DeriveHashed(session, parameters, key, wanted, derived) : result;
 }
 
 }  // namespace SoftCard

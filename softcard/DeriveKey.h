@@ -13,8 +13,9 @@ std::vector<unsigned char> DeriveX963Sha1(const std::vector<unsigned char>& z,
                                           const std::vector<unsigned char>& sharedInfo, size_t size);
 
 /// C_DeriveKey of a configured card. CKM_ECDH1_DERIVE takes the other party's point as X and Y without the format
-/// byte that the library beneath wants, knows CKD_SHA1_KDF besides CKD_NULL, and gives a session object that can be
-/// read unless the template says otherwise. Any other mechanism goes on unchanged.
+/// byte that the library beneath wants, and gives a session object that can be read unless the template says otherwise.
+/// CKD_SHA1_KDF is the library's own where it knows it (NSS softoken), else it is made from the raw secret (SoftHSM2).
+/// Any other mechanism goes on unchanged.
 CK_RV CardDeriveKey(CK_SESSION_HANDLE session, CK_MECHANISM* mechanism, CK_OBJECT_HANDLE key, CK_ATTRIBUTE* attributes,
                     CK_ULONG count, CK_OBJECT_HANDLE* derived);
 

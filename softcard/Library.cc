@@ -11,6 +11,7 @@
 #include "softcard/DeriveKey.h"
 #include "softcard/Functions.h"
 #include "softcard/Login.h"
+#include "softcard/Signature.h"
 #include "softcard/Trace.h"
 
 #define SOFTCARD_EXPORT extern "C" __attribute__((visibility("default")))
@@ -46,6 +47,8 @@ CK_FUNCTION_LIST OwnAnswers() {
   own.C_Login = CardLogin;
   own.C_SetPIN = CardSetPIN;
   own.C_InitPIN = CardInitPIN;
+  own.C_SignInit = CardSignInit;
+  own.C_Sign = CardSign;
   own.C_DeriveKey = CardDeriveKey;
   return own;
 }

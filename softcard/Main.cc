@@ -70,6 +70,10 @@ void AddInit(CLI::App& program, Options& options) {
   init->add_option("--slots", order.slots, "tokens on the card, one PKCS#11 slot each; the keys are dealt out in turn")
       ->check(CLI::Range(1, 16))
       ->capture_default_str();
+  init->add_option("--over", order.over,
+                   "library that keeps the card: softhsm, or nss for NSS softoken; by default the one that keeps the "
+                   "other cards, else softhsm. All cards of a folder are over the same library")
+      ->check(CLI::IsMember({"softhsm", "nss"}));
   init->callback([&options] {
     auto& order = options.order;
     for (const auto& files : options.imports) {

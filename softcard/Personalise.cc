@@ -8,6 +8,7 @@
 #include "softcard/Beneath.h"
 #include "softcard/DemoAuthority.h"
 #include "softcard/KeyObjects.h"
+#include "softcard/Softoken.h"
 
 namespace SoftCard {
 
@@ -16,13 +17,26 @@ namespace {
 constexpr CK_ULONG kTokenUser = 1;
 constexpr CK_ULONG kAuthority = 2;
 
-/// The security officer's PIN: random and forgotten, since nothing here needs it again.
-std::string RandomPin() {
+std::string RandomDigits() {
   unsigned char random[16];
   if (RAND_bytes(random, sizeof random) != 1) FailInOpenssl("random numbers");
-  std::string pin;
-  for (const auto byte : random) pin += static_cast<char>('0' + byte % 10);
-  return pin;
+  std::string digits;
+  for (const auto byte : random) digits += static_cast<char>('0' + byte % 10);
+  return digits;
+}
+
+/// `State::library` for a new card: all cards of a state have the same.
+std::string LibraryFor(const State& state, const std::string& over) {
+  const std::string library = over.empty() ? state.library : over == "nss" ? kSoftoken : "";
+  const bool fresh = state.cards.empty() && state.library.empty();
+  if (!fresh && library != state.library)
+    throw std::runtime_error("the library beneath the cards here is " +
+                             (state.library.empty() ? "SoftHSM2" : state.library) +
+                             "; QEL_SOFTCARD_DIR chooses another folder for cards over another library");
+  if ((!library.empty() && library != kSoftoken) || !state.parameters.empty())
+    throw std::runtime_error(
+        "cards are made over SoftHSM2 and NSS softoken only, without parameters; see softcard beneath");
+  return library;
 }
 
 /// The library's slot whose token is not initialized yet.
@@ -34,12 +48,18 @@ CK_SLOT_ID FreeSlot(const Pkcs11Library& library) {
   throw std::runtime_error("the library beneath has no free token to initialize");
 }
 
-Token InitializeToken(const Pkcs11Library& library, CK_SLOT_ID slot, const std::string& label, const std::string& pin) {
-  auto officerPin = RandomPin();
+/// Names a token of SoftHSM2. Returns the security officer's PIN: random and forgotten, since nothing here needs it
+/// again.
+std::string InitializeToken(const Pkcs11Library& library, CK_SLOT_ID slot, const std::string& label) {
+  auto officerPin = RandomDigits();
   CK_UTF8CHAR padded[32];
   Pad(label, padded);
   auto* const officer = reinterpret_cast<CK_UTF8CHAR*>(officerPin.data());
   Require("C_InitToken", library->C_InitToken(slot, officer, officerPin.size(), padded));
+  return officerPin;
+}
+
+Token SetPin(const Pkcs11Library& library, CK_SLOT_ID slot, std::string officerPin, const std::string& pin) {
   {
     const LoggedInSession session(library, slot, CKU_SO, officerPin);
     auto* const user = reinterpret_cast<CK_UTF8CHAR*>(const_cast<char*>(pin.data()));
@@ -93,30 +113,40 @@ void WriteKey(const LoggedInSession& session, const DemoAuthority& authority, Pl
 
 }  // namespace
 
-void Personalise(const std::filesystem::path& directory, const std::string& libraryPath, CardOrder order,
+void Personalise(const std::filesystem::path& directory, const std::string& softCardLibrary, CardOrder order,
                  const std::string& pin) {
-  if (Load(directory).FindCard(order.card.name))
+  auto before = Load(directory);
+  if (before.FindCard(order.card.name))
     throw std::runtime_error("there is a card " + order.card.name + " already; choose another name");
-  if (!Load(directory).library.empty())
-    throw std::runtime_error("cards are made over SoftHSM2 only; see softcard beneath");
+  const auto libraryBeneath = LibraryFor(before, order.over);
+  const bool softoken = libraryBeneath == kSoftoken;
   auto plan = Plan(order);
+  for (size_t slot = 0; slot < order.slots; slot++)
+    order.card.tokens.push_back({order.card.name + (slot ? " " + std::to_string(slot + 1) : ""), "", kPinTries});
   MakePrivateDirectory(directory);
   const DemoAuthority authority(directory);
   {
     const ScopedEnvironment store("SOFTHSM2_CONF", PrepareTokenStore(directory));
     // Without this the library would show the readers that there are, and not the free token beneath.
     const ScopedEnvironment forwarding("QEL_SOFTCARD_DIR", std::nullopt);
-    const Pkcs11Library library(libraryPath);
+    if (softoken) MakeSoftokenDatabases(directory, order.card);
+    const Pkcs11Library library(softoken ? kSoftoken : softCardLibrary,
+                                softoken ? SoftokenParameters(directory, {order.card}) : "");
     for (size_t slot = 0; slot < order.slots; slot++) {
-      const auto label = order.card.name + (slot ? " " + std::to_string(slot + 1) : "");
+      auto& token = order.card.tokens[slot];
       const auto tokenSlot = FreeSlot(library);
-      order.card.tokens.push_back(InitializeToken(library, tokenSlot, label, pin));
+      token = SetPin(library, tokenSlot, softoken ? "" : InitializeToken(library, tokenSlot, token.label), pin);
       const LoggedInSession session(library, tokenSlot, CKU_USER, pin);
       StoreCertificate(session, authority.Certificate(), kAuthority, {"Demo CA", {0xCA}});
       for (size_t key = slot; key < plan.size(); key += order.slots) WriteKey(session, authority, plan[key], key + 1);
     }
   }
-  Update(directory, [&](State& state) { state.cards.push_back(order.card); });
+  // Softoken's tokens have the same serial number all.
+  if (softoken && order.card.serial.empty()) order.card.serial = RandomDigits();
+  Update(directory, [&](State& state) {
+    state.library = libraryBeneath;
+    state.cards.push_back(order.card);
+  });
 }
 
 }  // namespace SoftCard

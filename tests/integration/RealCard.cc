@@ -26,6 +26,7 @@ RealCard::RealCard(const std::vector<std::string>& options) {
   Write("message", "Pay 100 to the bearer.\n");
   std::vector<std::string> arguments = {"init", "card", "--pin-file", Path("pin")};
   arguments.insert(arguments.end(), options.begin(), options.end());
+  if (const char* library = getenv("QEL_TEST_OVER")) arguments.insert(arguments.end(), {"--over", library});
   Require(SoftCard(arguments), "softcard init");
   Require(SoftCard({"insert", "card"}), "softcard insert");
   Require(SoftCard({"trace", "on", Path("trace")}), "softcard trace");

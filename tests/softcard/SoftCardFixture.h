@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <optional>
 
 #include "softcard/Beneath.h"
@@ -24,7 +25,7 @@ class SoftCardFixture : public ::testing::Test {
  protected:
   /// Makes a card with the given keys; the PIN is kPin.
   void Make(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
-    SoftCard::Personalise(m_directory, SOFTCARD_LIBRARY, {std::move(card), slots, std::move(keys), {}}, kPin);
+    SoftCard::Personalise(m_directory, SOFTCARD_LIBRARY, {std::move(card), slots, std::move(keys), {}, m_over}, kPin);
   }
   void MakeAndInsert(SoftCard::Card card, std::vector<std::string> keys = {"p256"}, size_t slots = 1) {
     const auto name = card.name;
@@ -70,7 +71,13 @@ class SoftCardFixture : public ::testing::Test {
     return found;
   }
 
+  static std::string Over() {
+    const char* const library = std::getenv("QEL_TEST_OVER");
+    return library ? library : "";
+  }
+
   TemporaryDirectory m_temporary;
+  std::string m_over = Over();  ///< The library that cards are made over, as `softcard init --over` has it.
   const std::filesystem::path m_directory = m_temporary.Path() / "state";
 
  private:
