@@ -3,6 +3,8 @@
 #import <Foundation/Foundation.h>
 #include <iniparser.h>
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// iniparser's error callback: writes the message to the system log. Returns 0.
 int log_iniparser_error(const char *format, ...);
 
@@ -12,8 +14,8 @@ int log_iniparser_error(const char *format, ...);
 /// Nothing here takes a lock: load before other threads look up. Failures are never thrown: a file that is missing or
 /// cannot be parsed counts as empty, and what iniparser says about it goes to the system log.
 @interface QELSettings : NSObject {
-  dictionary *m_localIni;   // the user's file, or null; owned
-  dictionary *m_globalIni;  // the machine-wide file, or null; owned
+  dictionary *_Nullable m_localIni;   // the user's file, or null; owned
+  dictionary *_Nullable m_globalIni;  // the machine-wide file, or null; owned
   BOOL m_loadCalled;
 }
 
@@ -32,12 +34,15 @@ int log_iniparser_error(const char *format, ...);
 
 /// Returns the text under `key`, or `value` when neither file has the key; autoreleased. Returns nil when the text is
 /// not UTF-8. A key without a value needs a `value` that is not null.
-- (NSString *)getString:(const char *)key def:(const char *)value;
+- (nullable NSString *)getString:(const char *)key def:(const char *)value;
 
-/// Returns "Global:LogFile", or the token log's default path. The token log itself always goes to the default path.
-- (NSString *)logPath;
+/// Returns "Global:LogFile", or the token log's default path; nil when the text is not UTF-8. The token log itself
+/// always goes to the default path.
+- (nullable NSString *)logPath;
 
 /// Returns whether "Pkcs11:LogLevelPkcs11" is above 0.
 - (BOOL)loggingEnabled;
 
 @end
+
+NS_ASSUME_NONNULL_END

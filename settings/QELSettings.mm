@@ -69,7 +69,7 @@ int log_iniparser_error(const char *format, ...) {
 
 /// The file that answers for `key`: the user's when it has the key, otherwise the machine-wide one; null when that is
 /// missing.
-- (const dictionary *)fileFor:(const char *)key {
+- (nullable const dictionary *)fileFor:(const char *)key {
   return iniparser_find_entry(m_localIni, key) ? m_localIni : m_globalIni;
 }
 
@@ -78,13 +78,13 @@ int log_iniparser_error(const char *format, ...) {
   return HasValue(file, key) ? iniparser_getint(file, key, value) : value;
 }
 
-- (NSString *)getString:(const char *)key def:(const char *)value {
+- (nullable NSString *)getString:(const char *)key def:(const char *)value {
   const dictionary *file = [self fileFor:key];
   const char *text = HasValue(file, key) ? iniparser_getstring(file, key, value) : value;
   return [[[NSString alloc] initWithUTF8String:text] autorelease];
 }
 
-- (NSString *)logPath {
+- (nullable NSString *)logPath {
   return [self getString:"Global:LogFile" def:QELTok::DefaultLogPath().c_str()];
 }
 

@@ -4,6 +4,8 @@
 
 #include "pkcs11/Cryptoki.h"
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// A zero-filled buffer of the length that a size query announced.
 class CardOutput {
  public:
@@ -18,9 +20,11 @@ class CardOutput {
   CK_BYTE *Bytes();
 
   /// Returns the buffer, autoreleased and as long as announced; nil when it is not usable.
-  NSMutableData *Data() const { return m_data; }
+  NSMutableData *_Nullable Data() const { return m_data; }
 
  private:
-  NSMutableData *m_data;
+  NSMutableData *_Nullable m_data;
   CK_BYTE m_none = 0;
 };
+
+NS_ASSUME_NONNULL_END

@@ -6,6 +6,8 @@
 
 #include "pkcs11/Cryptoki.h"
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// The PKCS#11 mechanism of a key exchange (CKM_ECDH1_DERIVE) with its parameter and its own copies of what that points
 /// to. Stays where it is made: not copyable.
 class KeyDerivation {
@@ -13,7 +15,7 @@ class KeyDerivation {
   /// `publicKey` is the other party's in X9.63 form. Its first byte, the format, is dropped whatever it holds: the card
   /// takes the bare coordinates. An absent `sharedInfo` counts as empty; it is passed on only with the SHA-1 derivation
   /// of X9.63.
-  KeyDerivation(TKTokenKeyAlgorithm *algorithm, NSData *publicKey, NSData *sharedInfo);
+  KeyDerivation(TKTokenKeyAlgorithm *algorithm, NSData *publicKey, NSData *_Nullable sharedInfo);
 
   KeyDerivation(const KeyDerivation &) = delete;
   KeyDerivation &operator=(const KeyDerivation &) = delete;
@@ -30,3 +32,5 @@ class KeyDerivation {
   CK_ECDH1_DERIVE_PARAMS m_parameter{};
   CK_MECHANISM m_mechanism{};
 };
+
+NS_ASSUME_NONNULL_END

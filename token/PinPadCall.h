@@ -4,6 +4,8 @@
 #include "token/ProcessModules.h"
 #import "token/QELTokenSession.h"
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// Makes a card call that may wait for the PIN: on a reader with its own PIN pad the dialog is shown around it, and
 /// hidden however the call ends. Returns the call's result.
 template <typename Call>
@@ -15,3 +17,5 @@ CK_RV CallWithPinPadDialog(QELTokenSession *session, Call &&call) {
   dialog.ShowLoginDialog(modules.DialogKind([[session hCurrentPair] hSlot]));
   return call();
 }
+
+NS_ASSUME_NONNULL_END

@@ -4,6 +4,8 @@
 
 #include "pkcs11/Cryptoki.h"
 
+NS_ASSUME_NONNULL_BEGIN
+
 /// The PKCS#11 mechanism of a signature algorithm, with the parameter it points to. Stays where it is made: not
 /// copyable.
 class SigningMechanism {
@@ -27,3 +29,5 @@ class SigningMechanism {
   CK_MECHANISM m_mechanism{};
   CK_RSA_PKCS_PSS_PARAMS m_pss{};
 };
+
+NS_ASSUME_NONNULL_END
