@@ -22,8 +22,9 @@ CardAgent::CardAgent(const std::vector<std::string>& keys, Pin pin, const std::v
   ChildEnvironment environment = m_card.Environment();
   environment["SSH_ASKPASS"] = m_card.Path("askpass");
   environment["SSH_ASKPASS_REQUIRE"] = "force";
-  // Freed memory is to be used again, or the process would seem to grow.
-  *environment["ASAN_OPTIONS"] += ":quarantine_size_mb=1";
+  // Freed memory is to be used again, or the process would seem to grow. The agent has no Foundation, and no leaks: its
+  // exit status tells.
+  *environment["ASAN_OPTIONS"] += ":quarantine_size_mb=1:detect_leaks=1";
   std::vector<std::string> arguments = {"agent", "--socket", Socket()};
   if (pin == Pin::File) arguments.insert(arguments.end(), {"--pin-file", m_card.Path("pin")});
   arguments.insert(arguments.end(), options.begin(), options.end());
