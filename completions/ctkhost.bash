@@ -1,4 +1,4 @@
-# Completion of ctkhost for bash; for zsh after `autoload -U +X bashcompinit && bashcompinit`. Source this file.
+# Completion of ctkhost for bash. Source this file.
 # What there is to complete comes from ctkhost's own help, so that it is never out of date.
 
 # The words of the help of "$@" that look like options.
@@ -9,7 +9,7 @@ _ctkhost_options() {
 _ctkhost() {
   local program=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
   local commands command="" word
-  commands=$("$program" --help 2>/dev/null | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+  commands=$("$program" --help 2>/dev/null | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     if [[ -n $word && " ${commands//$'\n'/ } " == *" $word "* ]]; then command=$word; fi
   done

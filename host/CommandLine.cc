@@ -30,6 +30,14 @@ std::string Footer(const std::string& notes, const std::string& examples) {
   return notes + (notes.empty() ? "" : "\n") + "Examples:\n" + examples + "\n" + kExitStatus;
 }
 
+constexpr char kMoreOptions[] =
+    "'ctkhost --help' has the options that every command takes: --pin-file, --reader,\n"
+    "--json and more; they may stand anywhere.\n";
+
+std::string FooterOfCommand(const std::string& notes, const std::string& examples) {
+  return Footer(notes + kMoreOptions, examples);
+}
+
 constexpr char kIdentifiers[] = "ID is an item's identifier in hexadecimal, as 'list' prints it, or its label.\n";
 
 std::string AlgorithmNotes() {
@@ -69,6 +77,9 @@ class CommandLine {
  public:
   CommandLine() {
     m_app.get_formatter()->column_width(24);
+    m_app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    m_app.get_formatter()->label("REQUIRED", "(needed)");
+    m_app.set_help_flag("-h,--help", "Show options and examples");
     m_app.require_subcommand(1);
     m_app.fallthrough();
     m_app.option_defaults()->multi_option_policy(
@@ -95,6 +106,7 @@ class CommandLine {
     AddAgent();
     AddLog();
     AddSupport();
+    for (CLI::App* command : m_app.get_subcommands(nullptr)) command->group("Commands");
   }
 
   CLI::App& App() { return m_app; }
@@ -102,8 +114,9 @@ class CommandLine {
  private:
   void AddOptions() {
     m_options.extension = BundleBesideThisProgram();
-    m_app.add_option("--extension", m_options.extension, "The extension's bundle")->type_name("BUNDLE");
-    m_app.add_option("--pin-file", m_options.pinFile, "The PIN is the first line of FILE ('-': standard input)")
+    m_app.add_option("--extension", m_options.extension, "The extension (default: the one beside this program)")
+        ->type_name("BUNDLE");
+    m_app.add_option("--pin-file", m_options.pinFile, "PIN in the first line of FILE ('-': standard input)")
         ->type_name("FILE");
     m_app.add_option("--reader", m_options.reader, "Only the card in this reader")->type_name("NAME");
     m_app.add_flag_callback(
@@ -120,20 +133,21 @@ class CommandLine {
   }
 
   void AddSimple(const char* name, const char* help, void (*run)(const Options&), const char* examples) {
-    m_app.add_subcommand(name, help)->footer(Footer("", examples))->callback([this, run] { run(m_options); });
+    m_app.add_subcommand(name, help)->footer(FooterOfCommand("", examples))->callback([this, run] { run(m_options); });
   }
 
   void AddSign() {
     CLI::App* command = m_app.add_subcommand("sign", "Sign a file");
     AddText(command, "--key", m_sign.key, "ID", "The key that signs");
-    AddText(command, "--algorithm", m_sign.algorithm, "NAME", "How")->check(CLI::Validator(WhyNoSignature, ""));
+    AddText(command, "--algorithm", m_sign.algorithm, "NAME", "One of those below")
+        ->check(CLI::Validator(WhyNoSignature, ""));
     AddText(command, "--in", m_sign.in, "FILE", "The message");
     AddText(command, "--out", m_sign.out, "FILE", "The signature");
-    command->footer(Footer(AlgorithmNotes(),
-                           "  ctkhost sign --key 1201 --algorithm rsa-pss-sha256 \\\n"
-                           "    --in letter.txt --out letter.sig\n"
-                           "  ctkhost --pin-file pin.txt sign --key 'My key' \\\n"
-                           "    --algorithm ecdsa-sha256 --in letter.txt --out letter.sig\n"));
+    command->footer(FooterOfCommand(AlgorithmNotes(),
+                                    "  ctkhost sign --key 1201 --algorithm rsa-pss-sha256 \\\n"
+                                    "    --in letter.txt --out letter.sig\n"
+                                    "  ctkhost --pin-file pin.txt sign --key 'My key' \\\n"
+                                    "    --algorithm ecdsa-sha256 --in letter.txt --out letter.sig\n"));
     command->callback([this] { Sign(m_options, m_sign); });
   }
 
@@ -142,7 +156,7 @@ class CommandLine {
     AddText(command, "--key", m_decrypt.key, "ID", "The key that decrypts");
     AddText(command, "--in", m_decrypt.in, "FILE", "The ciphertext");
     AddText(command, "--out", m_decrypt.out, "FILE", "The plaintext");
-    command->footer(Footer(kIdentifiers, "  ctkhost decrypt --key 1201 --in letter.enc --out letter.txt\n"));
+    command->footer(FooterOfCommand(kIdentifiers, "  ctkhost decrypt --key 1201 --in letter.enc --out letter.txt\n"));
     command->callback([this] { Decrypt(m_options, m_decrypt); });
   }
 
@@ -164,7 +178,8 @@ class CommandLine {
             "What both parties know, in hexadecimal")
         ->type_name("HEX");
     AddText(command, "--out", m_agree.out, "FILE", "The secret");
-    command->footer(Footer(kIdentifiers, "  ctkhost agree --key 1202 --peer theirs.pem --size 32 --out secret.bin\n"));
+    command->footer(
+        FooterOfCommand(kIdentifiers, "  ctkhost agree --key 1202 --peer theirs.pem --size 32 --out secret.bin\n"));
     command->callback([this] { Agree(m_options, m_agree); });
   }
 
@@ -172,7 +187,7 @@ class CommandLine {
     CLI::App* command = m_app.add_subcommand("export", "Write a certificate as PEM");
     AddText(command, "--certificate", m_export.certificate, "ID", "The certificate");
     AddText(command, "--out", m_export.out, "FILE", "Where to");
-    command->footer(Footer(kIdentifiers, "  ctkhost export --certificate 1101 --out certificate.pem\n"));
+    command->footer(FooterOfCommand(kIdentifiers, "  ctkhost export --certificate 1101 --out certificate.pem\n"));
     command->callback([this] { Export(m_options, m_export); });
   }
 
@@ -180,9 +195,9 @@ class CommandLine {
     CLI::App* command = m_app.add_subcommand("agent", "Serve SSH clients with the cards' keys until interrupted");
     command->add_option("--socket", m_agent.socket, "Where to listen (a socket in a new folder)")->type_name("PATH");
     command->add_flag("--always-ask", m_agent.alwaysAsk, "Log in for each signature, not once for each card");
-    command->footer(Footer("",
-                           "  ctkhost agent --socket ~/.ssh/card.sock\n"
-                           "  SSH_AUTH_SOCK=~/.ssh/card.sock ssh-add -L\n"));
+    command->footer(FooterOfCommand("",
+                                    "  ctkhost agent --socket ~/.ssh/card.sock\n"
+                                    "  SSH_AUTH_SOCK=~/.ssh/card.sock ssh-add -L\n"));
     command->callback([this] { ServeAgent(m_options, m_agent); });
   }
 
@@ -193,9 +208,9 @@ class CommandLine {
         "--no-follow", [this] { m_log.follow = false; }, "End after what is there");
     command->add_option("--system-log", m_log.systemLog, "Where syslog writes, when not found by itself")
         ->type_name("FILE");
-    command->footer(Footer("",
-                           "  ctkhost log\n"
-                           "  ctkhost log --no-follow --lines 100\n"));
+    command->footer(FooterOfCommand("",
+                                    "  ctkhost log\n"
+                                    "  ctkhost log --no-follow --lines 100\n"));
     command->callback([this] { ShowLog(m_options, m_log); });
   }
 
@@ -203,9 +218,9 @@ class CommandLine {
     CLI::App* command = m_app.add_subcommand("support", "Collect what a help desk asks for; needs no PIN");
     command->add_option("--out", m_support.out, "Write the report there, after it was shown")->type_name("FILE");
     command->add_flag("--yes", m_support.yes, "Write it without asking");
-    command->footer(Footer("",
-                           "  ctkhost support\n"
-                           "  ctkhost support --out report.txt\n"));
+    command->footer(FooterOfCommand("",
+                                    "  ctkhost support\n"
+                                    "  ctkhost support --out report.txt\n"));
     command->callback([this] { Support(m_options, m_support); });
   }
 
@@ -214,7 +229,7 @@ class CommandLine {
     return command->add_option(name, value, help)->type_name(type)->required();
   }
 
-  CLI::App m_app{"Plays the smart-card service: asks of the extension what applications ask.", "ctkhost"};
+  CLI::App m_app{"Uses the keys of smart cards through the token extension, as applications do.", "ctkhost"};
   Options m_options;
   SignArguments m_sign;
   DecryptArguments m_decrypt;

@@ -52,7 +52,7 @@ void ShowReaders(const Options& options) {
   const std::vector<Reader> readers = ChosenReaders(options);
   options.json ? PrintJson(ReadersJson(readers)) : Print(ReadersText(readers, OutputPage()));
   const std::string problem = ServiceProblem();
-  if (!problem.empty()) std::fprintf(stderr, "Soft readers only: %s.\n", problem.c_str());
+  if (!problem.empty()) TellUser("soft readers only: " + problem);
 }
 
 void ListItems(const Options& options) {

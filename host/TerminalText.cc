@@ -66,6 +66,12 @@ size_t ColumnsOf(const std::vector<Shown>& characters) {
   return columns;
 }
 
+/// Where the word ends that starts there.
+size_t EndOfWord(const std::string& text, size_t start) {
+  const size_t quote = text[start] == '\'' ? text.find('\'', start + 1) : start;
+  return std::min(text.find(' ', quote == std::string::npos ? start : quote), text.size());
+}
+
 }  // namespace
 
 size_t ColumnsOf(const std::string& text) {
@@ -95,7 +101,7 @@ std::vector<std::string> Wrapped(const std::string& text, size_t columns) {
   std::vector<std::string> lines;
   size_t start = 0;
   while (start < text.size()) {
-    const size_t end = std::min(text.find(' ', start), text.size());
+    const size_t end = EndOfWord(text, start);
     const std::string word = text.substr(start, end - start);
     const bool fits = !lines.empty() && ColumnsOf(lines.back()) + 1 + ColumnsOf(word) <= columns;
     if (fits) {

@@ -18,8 +18,8 @@ std::string ForTerminal(const std::string& text, size_t columns);
 /// The same, filled with blanks to exactly that many columns.
 std::string Cell(const std::string& text, size_t columns);
 
-/// `text` in lines of at most `columns` columns, broken between words; a word that is longer stands in a line of its
-/// own.
+/// `text` in lines of at most `columns` columns, broken between words but not inside 'what is quoted', which may be a
+/// command to copy; what is longer than a line stands in one of its own.
 std::vector<std::string> Wrapped(const std::string& text, size_t columns);
 
 /// How text stands out where colours are wanted: the numbers of a terminal's renditions.

@@ -74,6 +74,8 @@ TEST(TerminalText, IsWrappedBetweenWords) {
   EXPECT_EQ(Host::Wrapped("put the card in and try again", 12), (Lines{"put the card", "in and try", "again"}));
   EXPECT_EQ(Host::Wrapped("漢字 漢字 漢字", 9), (Lines{"漢字 漢字", "漢字"}));
   EXPECT_EQ(Host::Wrapped("a path-that-is-longer b", 8), (Lines{"a", "path-that-is-longer", "b"}));
+  EXPECT_EQ(Host::Wrapped("see 'ctkhost list' for it", 9), (Lines{"see", "'ctkhost list'", "for it"}));
+  EXPECT_EQ(Host::Wrapped("an 'open quote is none", 9), (Lines{"an 'open", "quote is", "none"}));
   EXPECT_EQ(Host::Wrapped("", 8), Lines{});
 }
 

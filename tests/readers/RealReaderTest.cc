@@ -161,7 +161,7 @@ TEST_F(RealReaders, WithoutTheServiceTheSoftOnesAreShownWithAWord) {
   const ChildResult result = m_card->Host({"readers"});
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_NE(result.output.find("card   " + SoftSlot()), std::string::npos) << result.output;
-  EXPECT_EQ(result.errors, std::string("Soft readers only: ") + kDoesNotRun + ".\n");
+  EXPECT_EQ(result.errors, std::string("ctkhost: soft readers only: ") + kDoesNotRun + "\n");
   EXPECT_EQ(m_card->Host({"list"}).errors, "");
 }
 
