@@ -58,10 +58,17 @@ std::vector<size_t> Widths(const std::vector<ItemRow>& rows, size_t columns) {
   return widths;
 }
 
-template <class TextOf>
-std::string Line(const std::vector<size_t>& widths, TextOf textOf) {
+/// The last text that is not empty may use the rest of the line.
+std::string Line(const std::vector<size_t>& widths, size_t columns, std::vector<std::string> texts) {
+  while (!texts.empty() && texts.back().empty()) texts.pop_back();
   std::string line;
-  for (size_t i = 0; i < widths.size(); ++i) line += Cell(textOf(kColumns[i]), widths[i]) + std::string(kGap, ' ');
+  size_t used = 0;
+  for (size_t i = 0; i < texts.size(); ++i) {
+    const bool isLast = i + 1 == texts.size();
+    line += Cell(texts[i], isLast ? std::max(widths[i], columns - std::min(columns, used)) : widths[i]);
+    line += std::string(kGap, ' ');
+    used += widths[i] + kGap;
+  }
   return line.erase(line.find_last_not_of(' ') + 1);
 }
 
@@ -106,9 +113,13 @@ std::vector<ItemRow> RowsOf(const std::vector<Item>& items) {
 ItemTable LayOut(const std::vector<ItemRow>& rows, size_t columns) {
   const std::vector<size_t> widths = Widths(rows, columns);
   ItemTable table;
-  table.heading = Line(widths, [](const Column& column) { return column.heading; });
-  for (const ItemRow& row : rows)
-    table.lines.push_back(Line(widths, [&](const Column& column) { return row.*column.text; }));
+  const auto line = [&](const auto& textOf) {
+    std::vector<std::string> texts;
+    std::transform(std::begin(kColumns), std::begin(kColumns) + widths.size(), std::back_inserter(texts), textOf);
+    return Line(widths, columns, texts);
+  };
+  table.heading = line([](const Column& column) { return column.heading; });
+  for (const ItemRow& row : rows) table.lines.push_back(line([&](const Column& column) { return row.*column.text; }));
   for (size_t i = widths.size(); i < std::size(kColumns); ++i)
     table.hidden += (table.hidden.empty() ? "" : ", ") + std::string(kColumns[i].heading);
   return table;

@@ -23,19 +23,21 @@ void WriteAll(const std::string& text) {
   }
 }
 
-bool IsSet(const char* variable) {
-  const char* const value = std::getenv(variable);
-  return value && *value != '\0';
+/// The value of an environment variable; empty when it is not set.
+std::string Variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value ? value : "";
 }
 
 }  // namespace
 
 bool CanRedraw(int descriptor) {
-  return isatty(descriptor) != 0 && IsSet("TERM") && std::string(std::getenv("TERM")) != "dumb";
+  const std::string terminal = Variable("TERM");
+  return isatty(descriptor) != 0 && !terminal.empty() && terminal != "dumb";
 }
 
 bool UsesColours() {
-  return CanRedraw(STDOUT_FILENO) && !IsSet("NO_COLOR");
+  return CanRedraw(STDOUT_FILENO) && Variable("NO_COLOR").empty();
 }
 
 TerminalSize SizeOf(int descriptor) {

@@ -45,6 +45,13 @@ TEST(ItemTable, CutsALongLabelAndNothingElse) {
             }));
 }
 
+TEST(ItemTable, ALabelWithNothingBesideItHasTheRestOfTheLine) {
+  const std::string label = "The certificate of Anna Example for signatures";
+  EXPECT_EQ(LinesOf({Certificate("1101", label), Key("1201", label)}, 70)[1], "cert  1101  " + label);
+  EXPECT_EQ(LinesOf({Certificate("1101", std::string(100, 'x')), Key("1201", label)}, 70)[1],
+            "cert  1101  " + std::string(55, 'x') + "...");
+}
+
 TEST(ItemTable, LeavesOutColumnsFromTheRightWhenThereIsNoRoomAndNamesThem) {
   const std::vector<Host::ItemRow> rows = Host::RowsOf({Key("1201", "The signature key of Anna Example")});
   const struct {
