@@ -32,8 +32,8 @@ struct ItemTable {
   std::string hidden;              ///< the headings of the columns that it has no room for; empty when it shows all
 };
 
-/// Lays `rows` out in `columns` columns. Labels are cut first, where something stands beside them, then columns left out
-/// from the right. Identifiers are always whole: one that is too long for the rest makes a longer line.
+/// Lays `rows` out in `columns` columns. Labels are cut first, where something stands beside them, then columns left
+/// out from the right. Identifiers are always whole: one that is too long for the rest makes a longer line.
 ItemTable LayOut(const std::vector<ItemRow>& rows, size_t columns);
 
 }  // namespace Host
