@@ -20,15 +20,17 @@ constexpr char kEpilogue[] = R"(
 Readers and cards are kept in $QEL_SOFTCARD_DIR, else in the build folder.
 
 Examples:
-  softcard init demo --pin-file pin.txt       a card with RSA-2048, RSA-3072, EC P-256 and EC P-384 keys
+  softcard init demo --pin-file pin.txt  RSA-2048, RSA-3072, EC P-256, EC P-384
+  softcard init other --over nss         the same, kept by NSS softoken
   softcard init mine --import key.pem,cert.pem
   softcard init pad --pin-pad --slot-type 0x80000002 --key p256
-  softcard insert demo                        into the reader "QEL Soft Reader 00"
-  softcard pinpad enter --wait 10             types the PIN at the PIN pad of a login that waits
+  softcard insert demo                   into the reader "QEL Soft Reader 00"
+  softcard pinpad enter --wait 10        types the PIN at a waiting PIN pad
   softcard remove
-  softcard trace on calls.txt                 every PKCS#11 call, without PINs, keys and data
+  softcard trace on calls.txt            all calls, without PINs, keys and data
 
-Exit status: 0 done; 1 failed; 2 usage; 3 no such card or reader, or no login waits.)";
+Exit status: 0 done, 1 failure, 2 usage, 3 no such card or reader, or no login
+waits.)";
 
 struct Options {
   CardOrder order;
@@ -49,31 +51,47 @@ std::string CheckName(const std::string& name) {
   return plain && name.size() <= 28 ? "" : "a card's name is 1 to 28 letters, digits, dots, dashes and underscores";
 }
 
+void AddPinFile(CLI::App* command, Options& options) {
+  command->add_option("--pin-file", options.pinFile, "its first line is the PIN; - for standard input")
+      ->type_name("FILE");
+}
+
+void AddReader(CLI::App* command, Options& options) {
+  command->add_option("--reader", options.reader, "its name (QEL Soft Reader 00)")->type_name("NAME");
+}
+
 void AddInit(CLI::App& program, Options& options) {
   auto* const init = program.add_subcommand("init", "make a card, with keys and certificates on it");
   auto& order = options.order;
-  init->add_option("CARD", order.card.name, "the new card's name")->required()->check(CheckName);
-  init->add_option("--key", order.generate, "key to generate on the card, repeatable")
-      ->check(CLI::IsMember({"rsa2048", "rsa3072", "rsa4096", "p256", "p384", "p521"}))
+  init->add_option("CARD", order.card.name, "the new card's name")->required()->type_name("")->check(CheckName);
+  init->add_option("--key", order.generate,
+                   "key to make on the card, repeatable: rsa2048, rsa3072,\nrsa4096, p256, p384 or p521\n(rsa2048, "
+                   "rsa3072, p256 and p384)")
+      ->type_name("TYPE")
+      ->check(CLI::IsMember({"rsa2048", "rsa3072", "rsa4096", "p256", "p384", "p521"}).description(""))
       ->delimiter(',')
       ->take_all();
   init->add_option("--import", options.imports,
-                   "KEY.pem or KEY.pem,CERTIFICATE.pem to import, repeatable; the key as PKCS#8. Without a certificate "
-                   "the demo CA issues one")
+                   "KEY.pem or KEY.pem,CERTIFICATE.pem, repeatable; the key\nas PKCS#8. The demo CA issues a missing "
+                   "certificate")
+      ->type_name("FILES")
       ->expected(1)
       ->take_all();
-  init->add_option("--pin-file", options.pinFile, "file whose first line is the PIN, - for standard input");
-  init->add_option("--serial", order.card.serial, "serial number, up to 16 characters; the token's own by default")
+  AddPinFile(init, options);
+  init->add_option("--serial", order.card.serial, "serial number, up to 16 characters")
+      ->type_name("TEXT")
       ->check([](const std::string& serial) { return serial.size() <= 16 ? "" : "at most 16 characters"; });
   init->add_flag("--pin-pad", order.card.pinPad, "the PIN is entered at the reader (softcard pinpad)");
-  init->add_option("--slot-type", order.card.slotType, "what C_GetSlotType answers")->capture_default_str();
-  init->add_option("--slots", order.slots, "tokens on the card, one PKCS#11 slot each; the keys are dealt out in turn")
-      ->check(CLI::Range(1, 16))
-      ->capture_default_str();
+  init->add_option("--slot-type", order.card.slotType, "what C_GetSlotType answers (0x80000001)")->type_name("N");
+  init->add_option("--slots", order.slots,
+                   "tokens on the card, 1 to 16, one PKCS#11 slot each; the\nkeys are dealt out")
+      ->type_name("N")
+      ->check(CLI::Range(1, 16).description(""));
   init->add_option("--over", order.over,
-                   "library that keeps the card: softhsm, or nss for NSS softoken; by default the one that keeps the "
-                   "other cards, else softhsm. All cards of a folder are over the same library")
-      ->check(CLI::IsMember({"softhsm", "nss"}));
+                   "softhsm, or nss for NSS softoken: the library that keeps\nthe card, the same for all cards of a "
+                   "folder")
+      ->type_name("LIBRARY")
+      ->check(CLI::IsMember({"softhsm", "nss"}).description(""));
   init->callback([&options] {
     auto& order = options.order;
     for (const auto& files : options.imports) {
@@ -90,18 +108,18 @@ void AddInit(CLI::App& program, Options& options) {
 
 void AddReaderCommands(CLI::App& program, Options& options) {
   auto* const insert = program.add_subcommand("insert", "put a card into a reader");
-  insert->add_option("CARD", options.card)->required();
-  insert->add_option("--reader", options.reader, "the reader's name")->capture_default_str();
+  insert->add_option("CARD", options.card)->required()->type_name("");
+  AddReader(insert, options);
   insert->callback([&] { Insert(StateDirectory(), options.card, options.reader); });
 
   auto* const remove = program.add_subcommand("remove", "take the card out of a reader");
-  remove->add_option("--reader", options.reader, "the reader's name")->capture_default_str();
+  AddReader(remove, options);
   remove->callback([&] { Remove(StateDirectory(), options.reader); });
 
   program.add_subcommand("list", "show readers and cards")->callback([] { std::cout << Listing(StateDirectory()); });
 
   auto* const unlock = program.add_subcommand("unlock", "give a card's PIN its three tries back");
-  unlock->add_option("CARD", options.card)->required();
+  unlock->add_option("CARD", options.card)->required()->type_name("");
   unlock->callback([&] { Unlock(StateDirectory(), options.card); });
 }
 
@@ -109,11 +127,11 @@ void AddPinPad(CLI::App& program, Options& options) {
   auto* const pinPad = program.add_subcommand("pinpad", "play the PIN pad for a login that waits");
   pinPad->require_subcommand(1);
   auto* const enter = pinPad->add_subcommand("enter", "enter the PIN, asked for on the terminal");
-  enter->add_option("--pin-file", options.pinFile, "file whose first line is the PIN, - for standard input");
+  AddPinFile(enter, options);
   auto* const cancel = pinPad->add_subcommand("cancel", "press the cancel key");
   for (auto* const command : {enter, cancel}) {
-    command->add_option("--card", options.card, "the card, when several with a PIN pad are inserted");
-    command->add_option("--wait", options.wait, "seconds to wait for a login")->capture_default_str();
+    command->add_option("--card", options.card, "which, when several with a PIN pad are inserted")->type_name("CARD");
+    command->add_option("--wait", options.wait, "how long to wait for a login (0)")->type_name("SECONDS");
   }
   enter->callback([&] {
     const Pin pin(options.pinFile, "PIN: ", false);
@@ -126,7 +144,7 @@ void AddInstruments(CLI::App& program, Options& options) {
   auto* const trace = program.add_subcommand("trace", "write down the PKCS#11 calls");
   trace->require_subcommand(1);
   auto* const on = trace->add_subcommand("on", "start writing, a line per call");
-  on->add_option("FILE", options.traceFile, "by default trace.txt beside the cards");
+  on->add_option("FILE", options.traceFile, "by default trace.txt beside the cards")->type_name("");
   on->callback([&] {
     const std::filesystem::path chosen = options.traceFile;
     const auto file = chosen.empty() ? StateDirectory() / "trace.txt" : chosen;
@@ -137,9 +155,8 @@ void AddInstruments(CLI::App& program, Options& options) {
   });
 
   auto* const beneath = program.add_subcommand("beneath", "choose the PKCS#11 library that does the work");
-  beneath->add_option("--library", options.library, "its path; SoftHSM2 when not given");
-  beneath->add_option("--parameters", options.parameters,
-                      "string handed to its C_Initialize, as NSS softoken wants it");
+  beneath->add_option("--library", options.library, "its path; SoftHSM2 when not given")->type_name("FILE");
+  beneath->add_option("--parameters", options.parameters, "string that its C_Initialize wants")->type_name("TEXT");
   beneath->callback([&] {
     Update(StateDirectory(), [&](State& state) {
       state.library = options.library;
@@ -148,17 +165,28 @@ void AddInstruments(CLI::App& program, Options& options) {
   });
 }
 
+void GroupCommands(CLI::App& program) {
+  for (CLI::App* command : program.get_subcommands(nullptr)) {
+    command->group("Commands");
+    GroupCommands(*command);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   CLI::App program("Soft cards for development, demonstration and tests. They protect nothing.", "softcard");
   program.footer(kEpilogue);
+  program.get_formatter()->column_width(24);
+  program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  program.get_formatter()->label("REQUIRED", "(needed)");
   program.require_subcommand(1);
   Options options;
   AddInit(program, options);
   AddReaderCommands(program, options);
   AddPinPad(program, options);
   AddInstruments(program, options);
+  GroupCommands(program);
   try {
     program.parse(argc, argv);
     return kDone;

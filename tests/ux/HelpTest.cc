@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <ostream>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -11,52 +12,35 @@
 #include "tests/host/FakeCard.h"
 #include "tests/support/RunningProgram.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/ux/ProgramHelp.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+struct Program {
+  const char* name;
+  const char* path;
+  size_t commands;
 
-Lines LinesOf(const std::string& text) {
-  Lines lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
+  std::string ManualPage() const { return std::string(QEL_MANUAL_PAGES "/") + name + ".1"; }
+};
+
+const Program kCtkhost = {"ctkhost", QEL_CTKHOST, 10};
+const Program kSoftCard = {"softcard", QEL_SOFTCARD, 10};
+
+void PrintTo(const Program& program, std::ostream* out) {
+  *out << program.name;
 }
 
-Lines MatchesIn(const std::string& text, const char* pattern) {
-  const std::regex regex(pattern, std::regex::multiline);
-  Lines matches;
-  for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match)
-    matches.push_back((*match)[1]);
-  return matches;
-}
+class Help : public ::testing::TestWithParam<Program> {
+ protected:
+  const ProgramHelp m_help{GetParam().path};
+};
 
-std::string HelpOf(const std::string& command) {
-  const Lines arguments = command.empty() ? Lines{"--help"} : Lines{command, "--help"};
-  const ChildResult result = RunChild(QEL_CTKHOST, arguments);
-  EXPECT_EQ(result.exitStatus, 0);
-  EXPECT_EQ(result.errors, "");
-  return result.output;
-}
-
-Lines Commands() {
-  const std::string help = HelpOf("");
-  const std::string commands = help.substr(help.find("Commands:"));
-  return MatchesIn(commands.substr(0, commands.find("\n\n")), "^  ([a-z]+) ");
-}
-
-/// The program's own help and that of every command.
-Lines AllHelps() {
-  Lines helps = {HelpOf("")};
-  for (const std::string& command : Commands()) helps.push_back(HelpOf(command));
-  return helps;
-}
-
-TEST(Help, FitsEightyColumnsAndHasExamples) {
-  const Lines helps = AllHelps();
-  EXPECT_EQ(helps.size(), 11u);
+TEST_P(Help, FitsEightyColumnsAndHasExamples) {
+  const Lines helps = m_help.All();
+  EXPECT_EQ(helps.size(), GetParam().commands + 1);
   for (const std::string& help : helps) {
-    EXPECT_NE(help.find("Examples:\n  ctkhost "), std::string::npos) << help;
+    EXPECT_NE(help.find(std::string("Examples:\n  ") + GetParam().name + " "), std::string::npos) << help;
     EXPECT_NE(help.find("Exit status: 0 done"), std::string::npos) << help;
     for (const std::string& line : LinesOf(help)) EXPECT_LE(line.size(), 80u) << line;
   }
@@ -68,36 +52,27 @@ std::string TextOf(const std::string& file) {
   return text.str();
 }
 
-/// The manual page, as it is read: with plain hyphens.
-std::string ManualPage() {
-  return std::regex_replace(TextOf(QEL_MANUAL_PAGE), std::regex("\\\\-"), "-");
-}
-
-std::set<std::string> AllOptions() {
-  std::set<std::string> options;
-  for (const std::string& help : AllHelps())
-    for (const std::string& option : MatchesIn(help.substr(0, help.find("Examples:")), "^  (?:-.,)?(--[a-z-]+)"))
-      options.insert(option);
-  EXPECT_GE(options.size(), 20u);
-  return options;
-}
-
 std::set<std::string> OptionsIn(const std::string& text) {
   const Lines named = MatchesIn(text, "(--[a-z-]+)");
   return {named.begin(), named.end()};
 }
 
-TEST(ManualPage, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
-  const std::string page = ManualPage();
-  EXPECT_EQ(OptionsIn(page), AllOptions());
-  EXPECT_EQ(Commands(), MatchesIn(page, "^\\.SS ([a-z]+)$"));
+class ManualPage : public Help {};
+
+TEST_P(ManualPage, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
+  const std::string page = std::regex_replace(TextOf(GetParam().ManualPage()), std::regex("\\\\-"), "-");
+  EXPECT_EQ(OptionsIn(page), m_help.Options());
+  EXPECT_EQ(MatchesIn(page, "^\\.SS ([a-z ]+)$"), m_help.Commands());
 }
 
-TEST(ManualPage, IsFormattedWithoutAWarning) {
-  const ChildResult result = RunChild(QEL_GROFF, {"-man", "-ww", "-Tutf8", "-z", QEL_MANUAL_PAGE});
+TEST_P(ManualPage, IsFormattedWithoutAWarning) {
+  const ChildResult result = RunChild(QEL_GROFF, {"-man", "-ww", "-Tutf8", "-z", GetParam().ManualPage()});
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.errors, "");
 }
+
+INSTANTIATE_TEST_SUITE_P(Of, Help, ::testing::Values(kCtkhost, kSoftCard));
+INSTANTIATE_TEST_SUITE_P(Of, ManualPage, ::testing::Values(kCtkhost, kSoftCard));
 
 /// What bash offers after `words`, the last of which is being typed.
 Lines Offered(const std::string& words) {
@@ -124,18 +99,19 @@ TEST(BashCompletion, OffersWhatTheHelpNames) {
       {"sign --algorithm ec", {"ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
       {"sign --key 1", {}},
       {"list x", {}},
-      {"sign --in " QEL_MANUAL_PAGE, {QEL_MANUAL_PAGE}},
+      {"sign --in " QEL_MANUAL_PAGES "/ctkhost.1", {QEL_MANUAL_PAGES "/ctkhost.1"}},
   };
   for (const auto& row : kRows) EXPECT_EQ(Offered(row.words), row.offered) << row.words;
-  Lines commands = Commands();
+  Lines commands = ProgramHelp(QEL_CTKHOST).Commands();
   std::sort(commands.begin(), commands.end());
   EXPECT_EQ(Offered("''"), commands);
 }
 
 TEST(ZshCompletion, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
   const std::string file = TextOf(QEL_COMPLETIONS "/_ctkhost");
-  EXPECT_EQ(OptionsIn(file), AllOptions());
-  EXPECT_EQ(MatchesIn(file, "^    '([a-z]+):"), Commands());
+  const ProgramHelp help(QEL_CTKHOST);
+  EXPECT_EQ(OptionsIn(file), help.Options());
+  EXPECT_EQ(MatchesIn(file, "^    '([a-z]+):"), help.Commands());
 }
 
 /// What a real zsh offers behind `words`, the last of which is being typed, in their order; each once.
@@ -191,11 +167,11 @@ TEST(ZshCompletion, OffersWhatTheHelpNames) {
       {"--json agent --a", {"--always-ask"}},
       {"sign --algorithm ec", {"ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
       {"list x", {}},
-      {"sign --in " QEL_MANUAL_PAGE, {"ctkhost.1"}},
+      {"sign --in " QEL_MANUAL_PAGES "/ctkhost.1", {"ctkhost.1"}},
       {"list --reader T", {"Test\\ Reader"}},
   };
   for (const auto& row : kRows) EXPECT_EQ(zsh.Offered(row.words), row.offered) << row.words;
-  const Lines commands = Commands();
+  const Lines commands = ProgramHelp(QEL_CTKHOST).Commands();
   EXPECT_EQ(zsh.Offered(""), std::set<std::string>(commands.begin(), commands.end()));
 }
 
@@ -215,7 +191,7 @@ TEST(Installation, PutsManualPagesAndCompletionsWhereTheyAreFound) {
       {"bash-completion/completions/ctkhost", QEL_COMPLETIONS "/ctkhost.bash"},
       {"zsh/site-functions/_ctkhost", QEL_COMPLETIONS "/_ctkhost"},
   };
-  for (const auto& page : std::filesystem::directory_iterator(std::filesystem::path(QEL_MANUAL_PAGE).parent_path()))
+  for (const auto& page : std::filesystem::directory_iterator(QEL_MANUAL_PAGES))
     expected["man/man1/" + page.path().filename().string()] = page.path();
   EXPECT_EQ(expected.count("man/man1/ctkhost.1"), 1u);
   for (const auto& [installed, source] : expected)
