@@ -113,20 +113,29 @@ void CardKeys::EndGone() {
 }
 
 std::vector<Reader> CardKeys::KeepCurrent() {
-  std::vector<Reader> readers;
+  ServiceReaders found;
   try {
-    readers = m_readers.Readers().readers;
+    found = m_readers.Readers();
   } catch (const Failure& failure) {
     Tell(failure.what());
   }
+  std::vector<Reader> served;
+  for (Reader& reader : found.readers)
+    if (m_options.reader.empty() || reader.name == m_options.reader) served.push_back(std::move(reader));
   for (auto held = m_tokens.begin(); held != m_tokens.end();)
-    held = IsCurrent(*held->second, readers) ? std::next(held) : m_tokens.erase(held);
-  return readers;
+    held = IsCurrent(*held->second, served) ? std::next(held) : m_tokens.erase(held);
+  TellOfService(served.empty() ? found.problem : "");
+  return served;
+}
+
+void CardKeys::TellOfService(const std::string& problem) {
+  if (!problem.empty() && problem != m_serviceProblem) Tell(problem);
+  m_serviceProblem = problem;
 }
 
 void CardKeys::Follow() {
   for (const Reader& reader : KeepCurrent())
-    if (reader.hasCard && (m_options.reader.empty() || reader.name == m_options.reader)) Hold(reader);
+    if (reader.hasCard) Hold(reader);
 }
 
 bool CardKeys::IsCurrent(const HeldToken& token, const std::vector<Reader>& readers) const {

@@ -29,7 +29,7 @@ class CardKeys : public Ssh::Keyring {
 
   /// One of them is readable when EndGone may have something to do.
   std::vector<int> Descriptors() const { return m_readers.Descriptors(); }
-  /// Ends the tokens of cards that are gone. Does not wait.
+  /// Ends the tokens of cards that are gone.
   void EndGone();
 
  private:
@@ -40,8 +40,10 @@ class CardKeys : public Ssh::Keyring {
     const Key* key;
   };
 
-  /// Ends the tokens of cards that are gone. Returns the readers that are there.
+  /// Ends the tokens of cards that are gone. Returns the readers that are there and served.
   std::vector<Reader> KeepCurrent();
+  /// Tells once of what keeps all readers away; empty: nothing does.
+  void TellOfService(const std::string& problem);
   /// Makes the tokens of new cards as well.
   void Follow();
   void Hold(const Reader& reader);
@@ -55,6 +57,7 @@ class CardKeys : public Ssh::Keyring {
   PinPrompt& m_prompt;
   PinSource m_pins;
   ReaderMonitor m_readers;
+  std::string m_serviceProblem;                                ///< as it was told last
   std::map<std::string, std::unique_ptr<HeldToken>> m_tokens;  ///< by reader
 };
 

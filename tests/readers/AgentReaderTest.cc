@@ -99,9 +99,11 @@ TEST_F(AgentReaders, AServiceThatIsStoppedAndStartedLogsInAnew) {
   EXPECT_EQ(m_agent->TimesAsked(), 2);
 }
 
-TEST_F(AgentReaders, WithoutTheServiceThereAreNoKeysAndTheAgentGoesOn) {
+TEST_F(AgentReaders, WithoutTheServiceThereAreNoKeysAndTheAgentSaysWhyAndGoesOn) {
   m_service->Stop();
   m_inserted.reset();
+  EXPECT_TRUE(m_agent->Process().WaitFor(
+      "ctkhost: the smart-card service (pcscd) does not run; start it to use real readers\n"));
   KeyOf(0);
   EXPECT_FALSE(Signs());
   EXPECT_EQ(m_agent->TimesAsked(), 1);
