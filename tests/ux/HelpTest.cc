@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -74,37 +73,48 @@ TEST_P(ManualPage, IsFormattedWithoutAWarning) {
 INSTANTIATE_TEST_SUITE_P(Of, Help, ::testing::Values(kCtkhost, kSoftCard));
 INSTANTIATE_TEST_SUITE_P(Of, ManualPage, ::testing::Values(kCtkhost, kSoftCard));
 
-/// What bash offers after `words`, the last of which is being typed.
-Lines Offered(const std::string& words) {
+using Words = std::set<std::string>;
+
+Words WordsIn(const std::string& text) {
+  const Lines lines = LinesOf(text);
+  Words words(lines.begin(), lines.end());
+  words.erase("");
+  return words;
+}
+
+/// What every shell offers behind the words, the last of which is being typed.
+const struct {
+  const char* words;
+  Words offered;
+} kOffers[] = {
+    {"s", {"sign", "support"}},
+    {"--json li", {"list"}},
+    {"--t", {"--timeout", "--timing"}},
+    {"sign --o", {"--out"}},
+    {"sign --pin-", {"--pin-file"}},
+    {"--json agent --a", {"--always-ask"}},
+    {"sign --algorithm ec", {"ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
+    {"list x", {}},
+};
+
+Words OfferedByBash(const std::string& words) {
   const std::string script = "source " QEL_COMPLETIONS "/ctkhost.bash; COMP_WORDS=(" QEL_CTKHOST " " + words +
                              "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _ctkhost; printf '%s\\n' \"${COMPREPLY[@]}\"";
   const ChildResult result = RunChild("/bin/bash", {"-c", script});
   EXPECT_EQ(result.errors, "");
-  Lines offered = LinesOf(result.output);
-  offered.erase(std::remove(offered.begin(), offered.end(), ""), offered.end());
-  return offered;
+  return WordsIn(result.output);
+}
+
+Words AllCommands() {
+  const Lines commands = ProgramHelp(QEL_CTKHOST).Commands();
+  return {commands.begin(), commands.end()};
 }
 
 TEST(BashCompletion, OffersWhatTheHelpNames) {
-  const struct {
-    const char* words;
-    Lines offered;
-  } kRows[] = {
-      {"s", {"sign", "support"}},
-      {"--json li", {"list"}},
-      {"--t", {"--timeout", "--timing"}},
-      {"sign --o", {"--out"}},
-      {"sign --pin-", {"--pin-file"}},
-      {"agent --a", {"--always-ask"}},
-      {"sign --algorithm ec", {"ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
-      {"sign --key 1", {}},
-      {"list x", {}},
-      {"sign --in " QEL_MANUAL_PAGES "/ctkhost.1", {QEL_MANUAL_PAGES "/ctkhost.1"}},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(Offered(row.words), row.offered) << row.words;
-  Lines commands = ProgramHelp(QEL_CTKHOST).Commands();
-  std::sort(commands.begin(), commands.end());
-  EXPECT_EQ(Offered("''"), commands);
+  for (const auto& row : kOffers) EXPECT_EQ(OfferedByBash(row.words), row.offered) << row.words;
+  EXPECT_EQ(OfferedByBash("''"), AllCommands());
+  EXPECT_EQ(OfferedByBash("sign --key 1"), Words{});
+  EXPECT_EQ(OfferedByBash("sign --in " QEL_MANUAL_PAGES "/ctkhost.1"), Words{QEL_MANUAL_PAGES "/ctkhost.1"});
 }
 
 TEST(ZshCompletion, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
@@ -114,7 +124,7 @@ TEST(ZshCompletion, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
   EXPECT_EQ(MatchesIn(file, "^    '([a-z]+):"), help.Commands());
 }
 
-/// What a real zsh offers behind `words`, the last of which is being typed, in their order; each once.
+/// A real zsh at a terminal, which notes what its completion offers.
 class Zsh {
  public:
   Zsh() {
@@ -136,14 +146,11 @@ class Zsh {
     EXPECT_TRUE(m_zsh->Prints("ready> ")) << m_zsh->Printed();
   }
 
-  std::set<std::string> Offered(const std::string& words) {
+  Words Offered(const std::string& words) {
     std::filesystem::remove(m_home.Path() / "offered");
     m_zsh->Type(QEL_CTKHOST " " + words + "\t\x18");
     EXPECT_TRUE(m_zsh->Prints("finished")) << m_zsh->Printed();
-    const Lines lines = LinesOf(TextOf(m_home.Path() / "offered"));
-    std::set<std::string> offered(lines.begin(), lines.end());
-    offered.erase("");
-    return offered;
+    return WordsIn(TextOf(m_home.Path() / "offered"));
   }
 
  private:
@@ -155,32 +162,18 @@ class Zsh {
 TEST(ZshCompletion, OffersWhatTheHelpNames) {
   if (std::string(QEL_ZSH).find("NOTFOUND") != std::string::npos) GTEST_SKIP() << "there is no zsh here";
   Zsh zsh;
-  const struct {
-    const char* words;
-    std::set<std::string> offered;
-  } kRows[] = {
-      {"s", {"sign", "support"}},
-      {"--json li", {"list"}},
-      {"--t", {"--timeout", "--timing"}},
-      {"sign --o", {"--out"}},
-      {"sign --pin-", {"--pin-file"}},
-      {"--json agent --a", {"--always-ask"}},
-      {"sign --algorithm ec", {"ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
-      {"list x", {}},
-      {"sign --in " QEL_MANUAL_PAGES "/ctkhost.1", {"ctkhost.1"}},
-      {"list --reader T", {"Test\\ Reader"}},
-  };
-  for (const auto& row : kRows) EXPECT_EQ(zsh.Offered(row.words), row.offered) << row.words;
-  const Lines commands = ProgramHelp(QEL_CTKHOST).Commands();
-  EXPECT_EQ(zsh.Offered(""), std::set<std::string>(commands.begin(), commands.end()));
+  for (const auto& row : kOffers) EXPECT_EQ(zsh.Offered(row.words), row.offered) << row.words;
+  EXPECT_EQ(zsh.Offered(""), AllCommands());
+  EXPECT_EQ(zsh.Offered("sign --in " QEL_MANUAL_PAGES "/ctkhost.1"), Words{"ctkhost.1"});
+  EXPECT_EQ(zsh.Offered("list --reader T"), Words{"Test\\ Reader"});
 }
 
 TEST(ZshCompletion, OffersTheIdentifiersOfACardsKeysAndCertificates) {
   if (std::string(QEL_ZSH).find("NOTFOUND") != std::string::npos) GTEST_SKIP() << "there is no zsh here";
   Zsh zsh;
   const std::string fake = std::string("--extension ") + QEL_FAKE_BUNDLE;
-  EXPECT_EQ(zsh.Offered(fake + " sign --key "), (std::set<std::string>{"12a1", "12a2", "12a3", "12a4"}));
-  EXPECT_EQ(zsh.Offered(fake + " export --certificate "), std::set<std::string>{"11a1"});
+  EXPECT_EQ(zsh.Offered(fake + " sign --key "), (Words{"12a1", "12a2", "12a3", "12a4"}));
+  EXPECT_EQ(zsh.Offered(fake + " export --certificate "), Words{"11a1"});
 }
 
 TEST(Installation, PutsManualPagesAndCompletionsWhereTheyAreFound) {
