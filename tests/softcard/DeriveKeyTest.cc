@@ -53,9 +53,7 @@ struct Agreement {
 class SoftCardAgreement : public SoftCardFixture, public ::testing::WithParamInterface<Agreement> {
  protected:
   void SetUp() override {
-    MakeAndInsert({"demo"}, {GetParam().type});
-    m_session = Open();
-    ASSERT_CKR(CKR_OK, Login(m_session, kPin));
+    m_session = OpenCardWith(GetParam().type);
     m_key = Find(m_session, CKO_PRIVATE_KEY);
     m_peer.reset(EVP_EC_gen(GetParam().curve));
     m_point = PointOf(m_peer.get());

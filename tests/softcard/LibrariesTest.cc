@@ -18,13 +18,6 @@ class EitherLibrary : public SoftCardFixture, public ::testing::WithParamInterfa
     return m_over == "nss" ? softoken : softHsm;
   }
 
-  CK_SESSION_HANDLE OpenCardWith(const std::string& key) {
-    MakeAndInsert({"demo"}, {key});
-    const auto session = Open();
-    EXPECT_CKR(CKR_OK, Login(session, kPin));
-    return session;
-  }
-
   CK_RV Derive(CK_SESSION_HANDLE session, Attributes& wanted, CK_OBJECT_HANDLE& derived) {
     const KeyPointer peer(EVP_EC_gen("P-256"));
     unsigned char* point = nullptr;

@@ -41,12 +41,8 @@ TEST_F(SoftCardReader, ACardOfSeveralTokensShowsASlotForEach) {
   EXPECT_EQ(labels, (std::vector<std::string>{"demo", "demo 2"}));
   const LoggedInSession first(Library(), 0, CKU_USER, kPin);
   const LoggedInSession second(Library(), 1, CKU_USER, kPin);
-  const auto labelIn = [&](const LoggedInSession& session) {
-    const auto label = session.Attribute(Find(session.Handle(), CKO_PRIVATE_KEY), CKA_LABEL);
-    return std::string(label.begin(), label.end());
-  };
-  EXPECT_EQ(labelIn(first), "EC P-256 key 1");
-  EXPECT_EQ(labelIn(second), "EC P-384 key 2");
+  EXPECT_EQ(LabelOfKey(first), "EC P-256 key 1");
+  EXPECT_EQ(LabelOfKey(second), "EC P-384 key 2");
 }
 
 TEST_F(SoftCardReader, AnEmptyReaderHasASlotWithoutAToken) {

@@ -13,9 +13,7 @@ struct Row {
 class SoftCardSignature : public SoftCardFixture, public ::testing::WithParamInterface<Row> {
  protected:
   void SetUp() override {
-    MakeAndInsert({"demo"}, {GetParam().key});
-    m_session = Open();
-    ASSERT_CKR(CKR_OK, Login(m_session, kPin));
+    m_session = OpenCardWith(GetParam().key);
     CK_MECHANISM mechanism{GetParam().mechanism, nullptr, 0};
     ASSERT_CKR(CKR_OK, Library()->C_SignInit(m_session, &mechanism, Find(m_session, CKO_PRIVATE_KEY)));
   }

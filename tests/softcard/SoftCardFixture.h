@@ -49,6 +49,14 @@ class SoftCardFixture : public ::testing::Test {
     return session;
   }
 
+  /// A session of a card with one key of that type in the reader, with the user logged in.
+  CK_SESSION_HANDLE OpenCardWith(const std::string& key) {
+    MakeAndInsert({"demo"}, {key});
+    const auto session = Open();
+    EXPECT_CKR(CKR_OK, Login(session, kPin));
+    return session;
+  }
+
   CK_RV Login(CK_SESSION_HANDLE session, std::string pin) {
     return Library()->C_Login(session, CKU_USER, reinterpret_cast<CK_UTF8CHAR*>(pin.data()), pin.size());
   }
@@ -74,6 +82,11 @@ class SoftCardFixture : public ::testing::Test {
   static std::string Over() {
     const char* const library = std::getenv("QEL_TEST_OVER");
     return library ? library : "";
+  }
+
+  std::string LabelOfKey(const SoftCard::LoggedInSession& session) {
+    const auto label = session.Attribute(Find(session.Handle(), CKO_PRIVATE_KEY), CKA_LABEL);
+    return {label.begin(), label.end()};
   }
 
   TemporaryDirectory m_temporary;

@@ -50,12 +50,8 @@ TEST_F(Softoken, TwoCardsAreUsedSideBySide) {
   Insert(m_directory, "two", "Second Reader");
   const LoggedInSession first(Library(), 0, CKU_USER, kPin);
   const LoggedInSession second(Library(), 16, CKU_USER, kPin);
-  const auto label = [&](const LoggedInSession& session) {
-    const auto text = session.Attribute(Find(session.Handle(), CKO_PRIVATE_KEY), CKA_LABEL);
-    return std::string(text.begin(), text.end());
-  };
-  EXPECT_EQ(label(first), "EC P-256 key 1");
-  EXPECT_EQ(label(second), "EC P-384 key 1");
+  EXPECT_EQ(LabelOfKey(first), "EC P-256 key 1");
+  EXPECT_EQ(LabelOfKey(second), "EC P-384 key 1");
 }
 
 TEST_F(Softoken, IsTheLibraryOfAllCardsOfAFolderOrOfNone) {
