@@ -123,6 +123,8 @@ void Personalise(const std::filesystem::path& directory, const std::string& soft
   auto plan = Plan(order);
   for (size_t slot = 0; slot < order.slots; slot++)
     order.card.tokens.push_back({order.card.name + (slot ? " " + std::to_string(slot + 1) : ""), "", kPinTries});
+  before.cards.push_back(order.card);
+  if (softoken) SoftokenParameters(directory, before.cards);  // refuses a card for which softoken has no slots left
   MakePrivateDirectory(directory);
   const DemoAuthority authority(directory);
   {

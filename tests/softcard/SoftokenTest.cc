@@ -92,6 +92,15 @@ TEST_F(Softoken, HasSlotsForNinetySevenTokens) {
   EXPECT_THROW(SoftokenParameters(m_directory, cards), std::runtime_error);
 }
 
+TEST_F(Softoken, RefusesACardForWhichThereAreNoSlotsLeft) {
+  Update(m_directory, [](State& state) {
+    state.library = kSoftoken;
+    state.cards.assign(97, {"c", "", false, kDefaultSlotType, {{"t", ""}}});
+  });
+  EXPECT_EQ(Refusal("demo", "nss"), "NSS softoken has slots for 97 tokens, and there are 98");
+  EXPECT_EQ(Load(m_directory).cards.size(), 97U);
+}
+
 TEST_F(Softoken, TakesAFolderWithABlankAndNoneThatItsParametersCannotName) {
   const std::vector<Card> cards = {{"c", "", false, kDefaultSlotType, {{"t", ""}}}};
   EXPECT_THAT(SoftokenParameters("/a b", cards), HasSubstr("'sql:/a b/nss/t'"));
