@@ -27,7 +27,7 @@ std::string RandomDigits() {
 
 /// `State::library` for a new card: all cards of a state have the same.
 std::string LibraryFor(const State& state, const std::string& over) {
-  const std::string library = over.empty() ? state.library : over == "nss" ? kSoftoken : "";
+  std::string library = over.empty() ? state.library : over == "nss" ? kSoftoken : "";
   const bool fresh = state.cards.empty() && state.library.empty();
   if (!fresh && library != state.library)
     throw std::runtime_error("the library beneath the cards here is " +
