@@ -39,11 +39,17 @@ void SetEnvironment(const char* name, const std::optional<std::string>& value) {
 
 }  // namespace
 
+void* OpenLibrary(const std::string& path) {
+  // It stays in memory: what softoken needs keeps its state until the process ends, and would lose it.
+  if (void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) return library;
+  const std::string problem = dlerror();
+  throw std::runtime_error(problem + (path == kSoftoken ? "; install the package libnss3" : ""));
+}
+
 void LoadBeneath(const State& state) {
   const auto path = state.library.empty() ? DefaultLibrary() : state.library;
   if (g_beneath && path == g_loadedFrom) return;
-  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!library) throw std::runtime_error(dlerror());
+  void* const library = OpenLibrary(path);
   const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(library, "C_GetFunctionList"));
   CK_FUNCTION_LIST* list = nullptr;
   if (!getFunctionList || getFunctionList(&list) != CKR_OK || !list)

@@ -8,6 +8,9 @@
 
 namespace SoftCard {
 
+/// Loads a PKCS#11 library. Throws std::runtime_error, naming the file and, where one is known, the package.
+void* OpenLibrary(const std::string& path);
+
 /// Loads the library beneath that `state` names (SoftHSM2 where the system has it when it names none), unless it is
 /// loaded already. It stays loaded until the process ends.
 /// Throws std::runtime_error, naming the file, when there is none.

@@ -14,10 +14,7 @@ void Require(const char* call, CK_RV result) {
   if (result != CKR_OK) throw std::runtime_error(std::string(call) + "() => " + ResultName(result));
 }
 
-Pkcs11Library::Pkcs11Library(const std::string& path, const std::string& parameters)
-    // It stays in memory: what softoken needs keeps its state until the process ends, and would lose it.
-    : m_library(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {
-  if (!m_library) throw std::runtime_error(dlerror());
+Pkcs11Library::Pkcs11Library(const std::string& path, const std::string& parameters) : m_library(OpenLibrary(path)) {
   try {
     const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(m_library, "C_GetFunctionList"));
     if (!getFunctionList) throw std::runtime_error(path + ": no PKCS#11 library");

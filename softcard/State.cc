@@ -79,7 +79,7 @@ State Load(const std::filesystem::path& directory) {
   try {
     return nlohmann::json::parse(in, WithoutFractions).get<State>();
   } catch (const nlohmann::json::exception& error) {
-    Fail(file, std::string("not a soft card state: ") + error.what());
+    Fail(file, std::string("not a soft card state; remove it to begin without cards (") + error.what() + ")");
   }
 }
 
