@@ -104,7 +104,10 @@ void BentCard::Overwrite(void* bytes, size_t size) {
 
 CK_RV BentCard::Bend(Call& call) {
   const auto kind = m_input.ConsumeBool() ? m_input.ConsumeEnum<Kind>() : Kind::Proper;
-  if (kind == Kind::Refused) return AnyReturnValue();
+  if (kind == Kind::Refused) {
+    OnFault(call);
+    return AnyReturnValue();
+  }
   const size_t room = RoomOf(call);
   const CK_RV rv = FakeCard::Answer(call);
   if (kind == Kind::Length) {
