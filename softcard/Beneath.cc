@@ -76,7 +76,7 @@ std::string ParametersBeneath(const std::filesystem::path& directory, const Stat
   return ours ? SoftokenParameters(directory, state.cards) : state.parameters;
 }
 
-CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, std::string parameters, void* arguments) {
+CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, const std::string& parameters, void* arguments) {
   if (parameters.empty()) return library->C_Initialize(arguments);
   // NSS softoken reads one more pointer after pReserved when that is given, and insists on null there.
   struct {
@@ -84,7 +84,8 @@ CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, std::string parameters
     void* after;
   } extended{};
   if (arguments) extended.standard = *static_cast<CK_C_INITIALIZE_ARGS*>(arguments);
-  extended.standard.pReserved = parameters.data();
+  auto handedOver = parameters;
+  extended.standard.pReserved = handedOver.data();
   return library->C_Initialize(&extended);
 }
 

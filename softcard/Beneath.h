@@ -29,7 +29,7 @@ std::string ParametersBeneath(const std::filesystem::path& directory, const Stat
 
 /// C_Initialize of a library. With parameters, it gets a copy of the arguments with that string in `pReserved`;
 /// otherwise the arguments go on unchanged.
-CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, std::string parameters, void* arguments);
+CK_RV InitializeWithParameters(CK_FUNCTION_LIST* library, const std::string& parameters, void* arguments);
 
 /// The same for the library beneath, which is then finalized when the process's exit begins.
 CK_RV InitializeBeneath(const std::string& parameters, void* arguments);
