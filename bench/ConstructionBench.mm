@@ -9,7 +9,7 @@
 #include "bench/NullCard.h"
 #import "bench/TokenInProcess.h"
 #include "bench/Turns.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
 
 namespace {
 

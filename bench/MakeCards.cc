@@ -4,11 +4,11 @@
 #include <fstream>
 
 #include "bench/BenchCard.h"
-#include "softcard/Beneath.h"
-#include "softcard/Client.h"
-#include "softcard/DemoAuthority.h"
-#include "softcard/KeyObjects.h"
-#include "softcard/Personalise.h"
+#include "softcard/program/Client.h"
+#include "softcard/program/DemoAuthority.h"
+#include "softcard/program/KeyObjects.h"
+#include "softcard/program/Personalise.h"
+#include "softcard/state/RealLibrary.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 // callers get SoftHSM2's own functions and nothing is in between.
 
 #include "bench/LibraryClock.h"
-#include "softcard/Beneath.h"
-#include "softcard/Functions.h"
+#include "softcard/library/Beneath.h"
+#include "softcard/library/Functions.h"
 
 namespace {
 

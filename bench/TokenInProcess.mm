@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
 #import "platform/testing/TKTesting.h"
 #import "token/ObjectIdentifier.h"
 #import "token/QELTokenDriver.h"

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "bench/SigningKeys.h"
-#include "host/ExtensionProcess.h"
+#include "host/extension/ExtensionProcess.h"
 
 /// The token of a benchmark card as an application gets it: in the extension's process, through the host's socket.
 /// Throws std::runtime_error when the extension refuses.

@@ -16,9 +16,14 @@ target_link_libraries(QELToken PRIVATE qel_apple objc "-framework CoreFoundation
 target_link_options(QELToken PRIVATE
   -fapplication-extension LINKER:-e,_NSExtensionMain LINKER:-rpath,@executable_path/../Frameworks)
 
-add_executable(QELTokenApp app/main.m app/Registration.m)
-set_target_properties(QELTokenApp PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${app}/MacOS OUTPUT_NAME QELToken)
-target_link_libraries(QELTokenApp PRIVATE qel_options qel_foundation objc "-framework CoreFoundation" "-framework AppKit")
+configure_file(installer/uninstall ${app}/Resources/uninstall @ONLY FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+  GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+configure_file(app/en.lproj/Localizable.strings ${app}/Resources/en.lproj/Localizable.strings COPYONLY)
+add_executable(QELTokenApp app/main.m ${app_sources})
+set_target_properties(QELTokenApp PROPERTIES
+  RUNTIME_OUTPUT_DIRECTORY ${app}/MacOS OUTPUT_NAME QELToken LINKER_LANGUAGE CXX)
+target_link_libraries(QELTokenApp PRIVATE qel_options qel_constants qel_report qel_apple objc
+  "-framework CoreFoundation" "-framework AppKit")
 
 # The debug map names the object files and their times. Without the build folder and the times two builds of the same
 # sources are the same bytes, wherever they are made. (The presets keep ccache out: it may rewrite the paths.)
@@ -28,16 +33,23 @@ set(path "$ENV{PATH}")
 if(QEL_CROSS_TOOLS)
   set(path "${QEL_CROSS_TOOLS}:${path}") # dsymutil looks for lipo
 endif()
+# The header alone is exported: the loader would merge weak C++ symbols with those of the maker's library.
 foreach(target QELToken QELTokenApp)
+  target_link_options(${target} PRIVATE LINKER:-exported_symbol,__mh_execute_header)
   set_target_properties(${target} PROPERTIES RULE_LAUNCH_LINK "${CMAKE_COMMAND} -E env ZERO_AR_DATE=1")
   target_link_options(${target} PRIVATE LINKER:-no_adhoc_codesign LINKER:-oso_prefix,${real_build}/)
 endforeach()
 add_custom_command(TARGET QELToken POST_BUILD
-  COMMAND ${CMAKE_COMMAND} -E env "PATH=${path}" ${QEL_DSYMUTIL}
-    --oso-prepend-path=${real_build} -o ${PROJECT_BINARY_DIR}/QELToken.appex.dSYM $<TARGET_FILE:QELToken>
+  COMMAND ${CMAKE_COMMAND} -E env "PATH=${path}" ${CMAKE_COMMAND} -D DSYMUTIL=${QEL_DSYMUTIL} -D PREPEND=${real_build}
+    -D OUTPUT=${PROJECT_BINARY_DIR}/QELToken.appex.dSYM -D IMAGE=$<TARGET_FILE:QELToken>
+    -P ${CMAKE_CURRENT_SOURCE_DIR}/MakeSymbols.cmake
   COMMAND ${CMAKE_STRIP} -x -S $<TARGET_FILE:QELToken>
   COMMENT "Moving the extension's symbols to QELToken.appex.dSYM" VERBATIM)
 add_custom_command(TARGET QELTokenApp POST_BUILD COMMAND ${CMAKE_STRIP} -x -S $<TARGET_FILE:QELTokenApp> VERBATIM)
+
+# script/demo --shipped and script/test --shipped run the extension, if it is of their sources.
+add_custom_command(TARGET QELToken POST_BUILD
+  COMMAND ${PROJECT_SOURCE_DIR}/script/shipped.d/sources --record ${PROJECT_BINARY_DIR}/QELToken.app VERBATIM)
 
 # The PKCS#11 library is the maker's. A bundle without it can be built and verified, not signed.
 set(QEL_PKCS11_LIBRARY "" CACHE FILEPATH "The maker's libQELTarnwellPkcs11.dylib, for both processors")

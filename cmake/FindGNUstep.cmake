@@ -1,14 +1,14 @@
-# GNUstep's Foundation and the headers and library of GCC's Objective-C runtime, which only GCC knows the place of.
+# GNUstep's Foundation and the headers and library of GCC's Objective-C runtime. The compiler knows their place: they stand
+# in the folder of the GCC whose C++ library it uses.
 
 find_path(GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep)
 find_library(GNUSTEP_BASE_LIBRARY gnustep-base)
 
-find_program(QEL_GCC gcc REQUIRED)
-execute_process(COMMAND ${QEL_GCC} -print-file-name=include
-  OUTPUT_VARIABLE GNUSTEP_RUNTIME_INCLUDE_DIR OUTPUT_STRIP_TRAILING_WHITESPACE)
-execute_process(COMMAND ${QEL_GCC} -print-file-name=libobjc.so
+execute_process(COMMAND ${CMAKE_OBJCXX_COMPILER} -print-file-name=libobjc.so
   OUTPUT_VARIABLE GNUSTEP_RUNTIME_LIBRARY OUTPUT_STRIP_TRAILING_WHITESPACE)
-if(NOT EXISTS ${GNUSTEP_RUNTIME_INCLUDE_DIR}/objc/objc.h OR NOT IS_ABSOLUTE ${GNUSTEP_RUNTIME_LIBRARY})
+get_filename_component(GNUSTEP_RUNTIME_INCLUDE_DIR "${GNUSTEP_RUNTIME_LIBRARY}" DIRECTORY)
+string(APPEND GNUSTEP_RUNTIME_INCLUDE_DIR /include)
+if(NOT EXISTS ${GNUSTEP_RUNTIME_INCLUDE_DIR}/objc/objc.h)
   unset(GNUSTEP_RUNTIME_LIBRARY)
 endif()
 

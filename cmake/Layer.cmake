@@ -20,3 +20,19 @@ function(qel_layer name)
   add_library(qel_${name} INTERFACE)
   target_link_libraries(qel_${name} INTERFACE "$<LINK_LIBRARY:WHOLE_ARCHIVE,qel_${name}_objects>")
 endfunction()
+
+# qel_room(folder [USES folder...] [LINK library...] [EXCEPT file...]): one room of the Linux side, one target, one row of
+# arrows. The target is qel_<folder> with _ for /; the folder's files but those EXCEPTed are its sources. USES names
+# rooms, or platform for the protocol between host and extension.
+function(qel_room room)
+  cmake_parse_arguments(ROOM "" "" "USES;LINK;EXCEPT" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${room}/*.cc ${PROJECT_SOURCE_DIR}/${room}/*.h)
+  list(TRANSFORM ROOM_EXCEPT PREPEND ${PROJECT_SOURCE_DIR}/${room}/)
+  list(REMOVE_ITEM sources ${ROOM_EXCEPT})
+  string(REPLACE / _ target qel_${room})
+  add_library(${target} STATIC ${sources})
+  list(TRANSFORM ROOM_USES REPLACE "^platform$" "wire")
+  list(TRANSFORM ROOM_USES REPLACE / _)
+  list(TRANSFORM ROOM_USES PREPEND qel_)
+  target_link_libraries(${target} PUBLIC qel_options ${ROOM_USES} ${ROOM_LINK})
+endfunction()

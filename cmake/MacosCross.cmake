@@ -23,17 +23,43 @@ foreach(language C CXX OBJC OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET arm64-apple-macos11.5)
 endforeach()
 
-# The tools of clang's own version, wherever the distribution keeps them.
-function(qel_llvm_tool variable name)
-  execute_process(COMMAND ${QEL_CLANG} -print-prog-name=${name} OUTPUT_VARIABLE tool OUTPUT_STRIP_TRAILING_WHITESPACE)
-  find_program(${variable} NAMES ${tool} ${name} REQUIRED)
+# The loader of newer systems refuses images whose __DATA_CONST lacks the flag SG_READ_ONLY, and the unwinder needs
+# entries that lead to their functions. Linkers before this version get both wrong.
+set(QEL_LD64_OLDEST 16)
+
+function(qel_recent_linker result linker)
+  execute_process(COMMAND ${linker} --version OUTPUT_VARIABLE version ERROR_QUIET)
+  if(NOT version MATCHES "LLD ([0-9]+)" OR CMAKE_MATCH_1 LESS QEL_LD64_OLDEST)
+    set(${result} FALSE PARENT_SCOPE)
+  endif()
 endfunction()
-qel_llvm_tool(QEL_LIPO llvm-lipo)
-qel_llvm_tool(QEL_LD64 ld64.lld)
-qel_llvm_tool(QEL_LIBTOOL llvm-libtool-darwin)
-qel_llvm_tool(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool)
-qel_llvm_tool(CMAKE_STRIP llvm-strip)
-qel_llvm_tool(QEL_DSYMUTIL dsymutil)
+
+execute_process(COMMAND ${QEL_CLANG} -print-prog-name=ld64.lld OUTPUT_VARIABLE linkers OUTPUT_STRIP_TRAILING_WHITESPACE)
+list(APPEND linkers ld64.lld)
+foreach(version RANGE 29 ${QEL_LD64_OLDEST} -1)
+  list(APPEND linkers ld64.lld-${version})
+endforeach()
+find_program(QEL_LD64 NAMES ${linkers} VALIDATOR qel_recent_linker)
+if(QEL_LD64)
+  set(recent TRUE)
+  qel_recent_linker(recent ${QEL_LD64}) # also when it was given
+endif()
+if(NOT QEL_LD64 OR NOT recent)
+  message(FATAL_ERROR "no ld64.lld of version ${QEL_LD64_OLDEST} or later (QEL_LD64=${QEL_LD64}), and older ones make images that macOS "
+    "refuses; install it (Debian 12: lld-16 and llvm-16, Debian 13: lld and llvm), or name it with -DQEL_LD64=FILE")
+endif()
+
+# The other tools are those of the linker's version, wherever the distribution keeps them.
+file(REAL_PATH ${QEL_LD64} folder)
+get_filename_component(folder ${folder} DIRECTORY)
+foreach(tool QEL_LIPO=llvm-lipo QEL_LIBTOOL=llvm-libtool-darwin CMAKE_INSTALL_NAME_TOOL=llvm-install-name-tool
+    CMAKE_STRIP=llvm-strip QEL_DSYMUTIL=dsymutil)
+  string(REGEX MATCH "^([^=]+)=(.+)$" tool ${tool})
+  find_program(${CMAKE_MATCH_1} NAMES ${CMAKE_MATCH_2} PATHS ${folder} NO_DEFAULT_PATH)
+  if(NOT ${CMAKE_MATCH_1})
+    message(FATAL_ERROR "${CMAKE_MATCH_2} is not beside the linker in ${folder}; install llvm of the linker's version")
+  endif()
+endforeach()
 
 # clang and dsymutil look for a program named lipo.
 set(QEL_CROSS_TOOLS ${CMAKE_BINARY_DIR}/tools)
@@ -41,14 +67,18 @@ file(MAKE_DIRECTORY ${QEL_CROSS_TOOLS})
 file(CREATE_LINK ${QEL_LIPO} ${QEL_CROSS_TOOLS}/lipo SYMBOLIC)
 
 foreach(language C CXX OBJC OBJCXX)
-  set(CMAKE_${language}_FLAGS_INIT "-B ${QEL_CROSS_TOOLS}")
+  set(CMAKE_${language}_FLAGS_INIT "-B \"${QEL_CROSS_TOOLS}\"")
   # A universal archive: one plain archive per processor, which ar cannot make.
-  set(CMAKE_${language}_CREATE_STATIC_LIBRARY "${QEL_LIBTOOL} -static -o <TARGET> <OBJECTS>")
+  set(CMAKE_${language}_CREATE_STATIC_LIBRARY "\"${QEL_LIBTOOL}\" -static -o <TARGET> <OBJECTS>")
 endforeach()
-set(CMAKE_CXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT} -stdlib=libc++")
-set(CMAKE_OBJCXX_FLAGS_INIT "${CMAKE_OBJCXX_FLAGS_INIT} -stdlib=libc++")
+# The SDK's headers of the C++ library, also where clang would find its own version's beside itself.
+set(cxx_library "-stdlib=libc++ --start-no-unused-arguments -nostdinc++ --end-no-unused-arguments -isystem \"${CMAKE_OSX_SYSROOT}/usr/include/c++/v1\"")
+set(CMAKE_CXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT} ${cxx_library}")
+set(CMAKE_OBJCXX_FLAGS_INIT "${CMAKE_OBJCXX_FLAGS_INIT} ${cxx_library}")
 # The version of Apple's linker whose options lld understands.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=${QEL_LD64} -mlinker-version=609")
+foreach(kind EXE SHARED)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "\"-fuse-ld=${QEL_LD64}\" -mlinker-version=609")
+endforeach()
 
 set(CMAKE_FIND_ROOT_PATH ${CMAKE_OSX_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -40,6 +40,9 @@ if(APPLE)
   # No path of this machine in what users get; refuse what the system denies to extensions.
   target_compile_options(qel_options INTERFACE -fapplication-extension
     -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+  if(CMAKE_OSX_SYSROOT)
+    target_compile_options(qel_options INTERFACE -ffile-prefix-map=${CMAKE_OSX_SYSROOT}=sdk)
+  endif()
 endif()
 
 if(QEL_SANITIZE)

@@ -6,6 +6,17 @@ _ctkhost_options() {
   "$@" --help 2>/dev/null | sed -n '/^Options:/,/^$/p' | grep -oE -- '(^|[ ,])--?[a-z][a-z-]*' | tr -d ' ,'
 }
 
+# The identifiers of what `ctkhost list` shows of the kind $1; $2 is ctkhost, as it is typed.
+_ctkhost_items() {
+  local where=() i
+  for ((i = 1; i < COMP_CWORD - 1; i++)); do
+    if [[ ${COMP_WORDS[i]} == --extension || ${COMP_WORDS[i]} == --reader ]]; then
+      where+=("${COMP_WORDS[i]}" "${COMP_WORDS[i+1]//\\/}")
+    fi
+  done
+  "$2" "${where[@]}" list 2>/dev/null | sed -n "s/^  $1 *\([0-9a-f]*\)\( .*\|\)$/\1/p"
+}
+
 _ctkhost() {
   local program=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
   local commands command="" word
@@ -15,12 +26,20 @@ _ctkhost() {
   done
   COMPREPLY=()
   case $previous in
-    --in | --out | --peer | --pin-file | --extension | --socket | --system-log)
+    --in | --digest | --out | --peer | --pin-file | --extension | --socket | --system-log)
       while IFS= read -r word; do COMPREPLY+=("$word"); done < <(compgen -f -- "$current")
       return ;;
     --algorithm)
       word=$("$program" sign --help 2>/dev/null | sed -n '/^Algorithms:/,/^[^ A]/s/^ //p') ;;
-    --reader | --key | --certificate | --size | --shared-info | --timeout | --lines)
+    --key) word=$(_ctkhost_items key "$program") ;;
+    --certificate) word=$(_ctkhost_items cert "$program") ;;
+    --reader)  # a name may have blanks, which are quoted on the command line
+      while IFS= read -r word; do
+        word=$(printf %q "$word")
+        if [[ $word == "$current"* ]]; then COMPREPLY+=("$word"); fi
+      done < <("$program" readers 2>/dev/null | sed -n 's/^\(card \|empty\)  //p')
+      return ;;
+    --size | --shared-info | --timeout | --lines)
       return ;;
     *)
       if [[ $current == -* ]]; then

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
-#import "token/EcdsaSignature.h"
+#import "token/SignatureForms.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-#include "softcard/State.h"
+#include "softcard/state/State.h"
 
 namespace {
 

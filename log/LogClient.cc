@@ -8,6 +8,15 @@
 
 namespace {
 
+/// Does what may fail: logging never fails a caller, whatever the provider throws or the memory lacks.
+template <typename Body>
+void Try(Body&& body) noexcept {
+  try {
+    body();
+  } catch (...) {
+  }
+}
+
 /// Returns the name under which the provider knows the logger; empty when there is to be none.
 std::wstring FullName(const std::wstring& name, const std::wstring& prefix) {
   if (name.empty()) return name;
@@ -18,17 +27,19 @@ std::wstring FullName(const std::wstring& name, const std::wstring& prefix) {
 }  // namespace
 
 LogClient::LogClient(const wchar_t* name) {
-  const InstalledInterface::Copy installed = InstalledInterface::Get();
-  m_interface = installed.interface;
-  if (!name || !m_interface.create) return;
+  Try([&] {
+    const InstalledInterface::Copy installed = InstalledInterface::Get();
+    m_interface = installed.interface;
+    if (!name || !m_interface.create) return;
 
-  const std::wstring fullName = FullName(name, installed.prefix);
-  HLOGGER logger = nullptr;
-  if (!fullName.empty() && m_interface.create(fullName.c_str(), &logger)) m_logger = logger;
+    const std::wstring fullName = FullName(name, installed.prefix);
+    HLOGGER logger = nullptr;
+    if (!fullName.empty() && m_interface.create(fullName.c_str(), &logger)) m_logger = logger;
+  });
 }
 
 LogClient::~LogClient() {
-  if (m_logger && m_interface.destroy) m_interface.destroy(m_logger);
+  if (m_logger && m_interface.destroy) Try([&] { m_interface.destroy(m_logger); });
 }
 
 void LogClient::Fatal(const wchar_t* message) const {
@@ -80,15 +91,21 @@ int LogClient::IsDebug() const {
 
 int LogClient::Query(QuerySlot slot) const {
   const auto query = m_interface.*slot;
-  return m_logger && query ? query(m_logger) : 0;
+  int answer = 0;
+  if (m_logger && query) Try([&] { answer = query(m_logger); });
+  return answer;
+}
+
+bool LogClient::Has(WriteSlot slot) const {
+  return m_logger && m_interface.*slot;
 }
 
 void LogClient::Write(WriteSlot slot, const wchar_t* message) const {
-  const auto write = m_interface.*slot;
-  if (m_logger && write) write(m_logger, message);
+  if (Has(slot)) Try([&] { (m_interface.*slot)(m_logger, message); });
 }
 
 void LogClient::WriteFormatted(WriteSlot slot, const wchar_t* format, va_list arguments) const {
+  if (!Has(slot)) return;
   wchar_t text[4096];
   const int length = std::vswprintf(text, std::size(text), format, arguments);
   Write(slot, length > 0 ? text : L"Message too long.");

@@ -47,6 +47,7 @@ class LogClient {
   using WriteSlot = void (*QEL_LogInterface::*)(HLOGGER, const wchar_t*);
 
   int Query(QuerySlot slot) const;
+  bool Has(WriteSlot slot) const;
   void Write(WriteSlot slot, const wchar_t* message) const;
   void WriteFormatted(WriteSlot slot, const wchar_t* format, va_list arguments) const;
 

@@ -17,3 +17,6 @@ inline constexpr CK_ULONG kCertificateCategoryTokenUser = 1;
 /// No card answers with more bytes than this. A length above it, CK_UNAVAILABLE_INFORMATION included, is taken for what
 /// it is: a library that does not know the length.
 inline constexpr CK_ULONG kLargestAnswer = 64UL * 1024 * 1024;
+
+/// No card holds more objects than this. A search that finds more has no end.
+inline constexpr CK_ULONG kMostObjects = 1'000'000;

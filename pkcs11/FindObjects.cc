@@ -2,8 +2,7 @@
 
 #include <iterator>
 
-#include "pkcs11/CallResult.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
 #include "pkcs11/QELTokenException.h"
 
 namespace PKCS11 {
@@ -24,36 +23,55 @@ class SearchGuard {
   CK_SESSION_HANDLE m_session;
 };
 
-}  // namespace
-
-std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
+/// Runs a search and hands every batch to `take`, as (handles, number of handles). Throws as FindObjects does.
+template <typename Take>
+void Search(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count, Take&& take) {
   Require("C_FindObjectsInit", Functions()->C_FindObjectsInit(session, attributes, count), QELTokenError::ObjectAccess,
           "Initialization of object search failed");
   const SearchGuard guard(session);
 
-  std::vector<CK_OBJECT_HANDLE> objects;
-  for (;;) {
+  for (CK_ULONG total = 0;;) {
     CK_OBJECT_HANDLE batch[kBatchSize] = {};
     CK_ULONG found = 0;
     Require("C_FindObjects", Functions()->C_FindObjects(session, batch, kBatchSize, &found),
             QELTokenError::ObjectAccess, kSearchBrokeOff);
     // Only an empty batch ends the search: the library decides the end, not the size of a batch.
-    if (found == 0) return objects;
+    if (found == 0) return;
     if (found > kBatchSize) {
       QELLog::Error() << "C_FindObjects() answers with " << found << " objects, asked for at most " << kBatchSize;
       throw QELTokenException(QELTokenError::ObjectAccess, kSearchBrokeOff);
     }
-    objects.insert(objects.end(), batch, batch + found);
+    total += found;
+    if (total > kMostObjects) {
+      QELLog::Error() << "C_FindObjects() finds more than " << kMostObjects << " objects";
+      throw QELTokenException(QELTokenError::ObjectAccess, kSearchBrokeOff);
+    }
+    take(batch, found);
   }
 }
 
-std::vector<CK_OBJECT_HANDLE> FindObjectsByID(CK_SESSION_HANDLE session, CK_OBJECT_CLASS objectClass,
-                                              const std::vector<CK_BYTE>& id) {
+}  // namespace
+
+std::vector<CK_OBJECT_HANDLE> FindObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
+  std::vector<CK_OBJECT_HANDLE> objects;
+  Search(session, attributes, count,
+         [&](const CK_OBJECT_HANDLE* batch, CK_ULONG found) { objects.insert(objects.end(), batch, batch + found); });
+  return objects;
+}
+
+std::optional<CK_OBJECT_HANDLE> FindFirstByID(CK_SESSION_HANDLE session, CK_OBJECT_CLASS objectClass, const CK_BYTE* id,
+                                              CK_ULONG length) {
+  // A library may take a null pointer for a wrong argument: an empty identifier has a byte to point to.
+  static constexpr CK_BYTE kNone = 0;
   CK_ATTRIBUTE attributes[] = {
       {CKA_CLASS, &objectClass, sizeof objectClass},
-      {CKA_ID, const_cast<CK_BYTE*>(id.data()), id.size()},
+      {CKA_ID, const_cast<CK_BYTE*>(length == 0 ? &kNone : id), length},
   };
-  return FindObjects(session, attributes, std::size(attributes));
+  std::optional<CK_OBJECT_HANDLE> first;
+  Search(session, attributes, std::size(attributes), [&](const CK_OBJECT_HANDLE* batch, CK_ULONG) {
+    if (!first) first = batch[0];
+  });
+  return first;
 }
 
 }  // namespace PKCS11

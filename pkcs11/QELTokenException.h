@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -38,3 +40,20 @@ inline constexpr int32_t KeyLookup = -7;
 inline constexpr int32_t SessionState = -8;
 inline constexpr int32_t SymbolMissing = -9;
 }  // namespace QELTokenError
+
+/// Runs `body` and returns the QELTokenException that ended it, if one did. Everything else passes through.
+/// The product's one handler of that type; it stands in a plain C++ file because a C++ handler in an Objective-C++ file
+/// is not entered on every runtime.
+std::optional<QELTokenException> CatchTokenException(const std::function<void()>& body);
+
+#ifdef __OBJC__
+/// Runs `body`, the work of a method that CryptoTokenKit calls, and returns its result. A QELTokenException becomes the
+/// zero result, with the failure in `error` unless that is null; anything else passes through.
+template <typename Body>
+auto AtBoundary(NSError** error, Body&& body) -> decltype(body()) {
+  decltype(body()) result{};
+  const auto failure = CatchTokenException([&] { result = body(); });
+  if (failure && error != nullptr) *error = failure->ToError();
+  return result;
+}
+#endif

@@ -1,7 +1,6 @@
 #include "pkcs11/Session.h"
 
-#include "pkcs11/CallResult.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
 #include "pkcs11/QELTokenException.h"
 
 namespace PKCS11 {

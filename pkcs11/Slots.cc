@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "pkcs11/CallResult.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
 #include "pkcs11/QELTokenException.h"
 
 namespace PKCS11 {

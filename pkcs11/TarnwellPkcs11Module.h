@@ -2,9 +2,9 @@
 
 #include <optional>
 
+#include "pkcs11/Calls.h"
 #include "pkcs11/Cryptoki.h"
 #include "pkcs11/DynamicLibrary.h"
-#include "pkcs11/FunctionList.h"
 
 /// The maker's PKCS#11 library, loaded from the extension's bundle and initialized (PKCS#11 2.40). While it lives,
 /// every card call of the process goes through its function list. At most one exists in a process; it is created during

@@ -8,12 +8,12 @@
 #include <string>
 
 #include "log/DefaultLogPath.h"
+#import "settings/SystemLog.h"
 
 namespace {
 
 constexpr size_t kMaxPathSize = 1024;
 constexpr char kUserFile[] = "/Library/Preferences/Tarnwell.ini";
-constexpr char kMachineFile[] = QEL_LIBRARY_DIR "/Preferences/" QEL_VENDOR_ID ".Tarnwell.ini";
 
 /// Returns the path of the user's file; empty when the password database does not know the user.
 std::string UserFilePath() {
@@ -34,7 +34,7 @@ int log_iniparser_error(const char *format, ...) {
   va_start(arguments, format);
   NSString *text = [NSString stringWithUTF8String:format];
   if (text != nil) {
-    NSLogv(text, arguments);
+    QELWriteToSystemLog(text, arguments);
   }
   va_end(arguments);
   return 0;
@@ -59,7 +59,7 @@ int log_iniparser_error(const char *format, ...) {
   if (!userFile.empty() && userFile.size() < kMaxPathSize) {
     m_localIni = iniparser_load(userFile.c_str());
   }
-  m_globalIni = iniparser_load(kMachineFile);
+  m_globalIni = iniparser_load(QEL_IN_LIBRARY("/Preferences/" QEL_VENDOR_ID ".Tarnwell.ini"));
   m_loadCalled = YES;
 }
 

@@ -30,7 +30,13 @@ NSMutableData *MakeObjectID(CK_BYTE prefix, const std::vector<CK_BYTE> &objectID
 /// Returns the prefix of an identifier, 0 for an empty one.
 CK_BYTE PrefixOfObjectID(NSData *identifier);
 
-/// Returns the CKA_ID in an identifier: what follows the prefix.
-std::vector<CK_BYTE> CardIDOfObjectID(NSData *identifier);
+/// The CKA_ID in an identifier, which keeps the bytes.
+struct CardID {
+  const CK_BYTE *_Nullable bytes;  ///< null for an empty identifier only
+  CK_ULONG length;
+};
+
+/// Returns what follows the prefix of an identifier.
+CardID CardIDOfObjectID(NSData *identifier);
 
 NS_ASSUME_NONNULL_END

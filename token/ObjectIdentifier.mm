@@ -11,8 +11,8 @@ CK_BYTE PrefixOfObjectID(NSData *identifier) {
   return [identifier length] == 0 ? 0 : *static_cast<const CK_BYTE *>([identifier bytes]);
 }
 
-std::vector<CK_BYTE> CardIDOfObjectID(NSData *identifier) {
-  if ([identifier length] == 0) return {};
-  const auto *bytes = static_cast<const CK_BYTE *>([identifier bytes]);
-  return {bytes + 1, bytes + [identifier length]};
+CardID CardIDOfObjectID(NSData *identifier) {
+  const NSUInteger length = [identifier length];
+  if (length == 0) return {nullptr, 0};
+  return {static_cast<const CK_BYTE *>([identifier bytes]) + 1, length - 1};
 }

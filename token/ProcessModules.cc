@@ -1,7 +1,6 @@
 #include "token/ProcessModules.h"
 
 #include "log/QELLog.h"
-#include "token/DialogKind.h"
 
 ProcessModules& ProcessModules::Instance() {
   // Touches the logger first, so that it outlives the modules, whose destructors log.

@@ -3,11 +3,10 @@
 #include <memory>
 
 #include "pkcs11/TarnwellPkcs11Module.h"
-#include "token/QELPINDialogModule.h"
+#include "token/PINPadDialog.h"
 
-/// The two libraries that the process loads once and keeps until it exits. Read and set without a lock: tokens are
-/// constructed one at a time. At exit the PIN dialog goes first, then the PKCS#11 library is finalized, then logging
-/// ends.
+/// The two libraries that the process loads once and keeps until it exits. Read and set under the EntryLock. At exit
+/// the PIN dialog goes first, then the PKCS#11 library is finalized, then logging ends.
 class ProcessModules {
  public:
   /// Returns the process's one instance, empty at first.

@@ -1,5 +1,6 @@
 #import "token/QELAuthOperation.h"
 
+#include "token/EntryLock.h"
 #import "token/NSExceptionSeam.h"
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
@@ -37,6 +38,7 @@ NSError *ErrorForException(NSException *exception) {
 }
 
 - (BOOL)finishWithError:(NSError **)error {
+  const EntryLock lock;
   BOOL success = NO;
   NSException *exception = CatchNSException([&] { success = FinishLogin(self, error); });
   if (exception == nil) return success;

@@ -1,5 +1,6 @@
 #import "token/QELPINPadAuthOperation.h"
 
+#include "token/EntryLock.h"
 #import "token/PerformLogin.h"
 #import "token/QELTokenSession.h"
 
@@ -14,6 +15,7 @@
 }
 
 - (BOOL)finishWithError:(NSError **)error {
+  const EntryLock lock;
   return performLogin(m_session, nil, error);
 }
 

@@ -95,9 +95,8 @@ TKTokenKeychainKey *MakeKeyItem(const PKCS11::PublicKey &publicKey, SecCertifica
 
 - (std::unique_ptr<PKCS11::PublicKey>)findPublicKeyWithID:(const std::vector<CK_BYTE> &)keyID
                                                   session:(CK_SESSION_HANDLE)session {
-  const std::vector<CK_OBJECT_HANDLE> keys = PKCS11::FindObjectsByID(session, CKO_PUBLIC_KEY, keyID);
-  if (keys.empty()) return nullptr;
-  return std::make_unique<PKCS11::PublicKey>(PKCS11::PublicKey{{keys.front(), session}});
+  const auto key = PKCS11::FindFirstByID(session, CKO_PUBLIC_KEY, keyID.data(), keyID.size());
+  return key ? std::make_unique<PKCS11::PublicKey>(PKCS11::PublicKey{{*key, session}}) : nullptr;
 }
 
 - (void)appendItemsOfSession:(CK_SESSION_HANDLE)session

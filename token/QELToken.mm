@@ -2,12 +2,15 @@
 
 #include <os/log.h>
 
-#include "pkcs11/CallResult.h"
-#include "pkcs11/CatchTokenException.h"
+#include <algorithm>
+#include <iterator>
+
+#include "pkcs11/Calls.h"
 #import "pkcs11/Format.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/QELTokenException.h"
 #include "pkcs11/Session.h"
 #import "settings/QELSettings.h"
+#include "token/EntryLock.h"
 #import "token/PaddedText.h"
 #include "token/ProcessModules.h"
 #import "token/QELTokenSession.h"
@@ -17,14 +20,14 @@ namespace {
 /// "QEL-" and the serial number without its padding. A serial number that is not ASCII stands in hexadecimal: two such
 /// cards must not share an identity.
 NSString *InstanceID(const CK_TOKEN_INFO &info) {
-  const size_t length = sizeof info.serialNumber;
-  NSString *serial = TextOfPaddedField(info.serialNumber, length, NSASCIIStringEncoding);
-  if (serial == nil) {
-    NSMutableString *digits = [NSMutableString stringWithCapacity:2 * length];
-    for (const CK_BYTE byte : info.serialNumber) [digits appendFormat:@"%02X", byte];
-    serial = digits;
+  const auto &serial = info.serialNumber;
+  // Not left to the decoding, which makes other letters of such bytes on some systems.
+  if (std::all_of(std::begin(serial), std::end(serial), [](CK_BYTE byte) { return byte < 0x80; })) {
+    return [@"QEL-" stringByAppendingString:TextOfPaddedField(serial, sizeof serial, NSASCIIStringEncoding)];
   }
-  return [@"QEL-" stringByAppendingString:serial];
+  NSMutableString *instanceID = [NSMutableString stringWithString:@"QEL-"];
+  for (const CK_BYTE byte : serial) [instanceID appendFormat:@"%02X", byte];
+  return instanceID;
 }
 
 /// Only the construction that started the token log reports there; later ones leave the shared log to working tokens.
@@ -47,6 +50,7 @@ void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
                                        AID:(nullable NSData *)AID
                                tokenDriver:(TKSmartCardTokenDriver *)tokenDriver
                                      error:(NSError **)error {
+  const EntryLock lock;
   // The instance identifier must be known before the platform's initializer runs, so everything that needs the card
   // comes first; on every early way out dealloc closes the sessions opened so far.
   BOOL startedTokenLog = NO;
@@ -69,6 +73,7 @@ void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
 
   self = [self initWithSmartCard:smartCard AID:AID instanceID:instanceID tokenDriver:tokenDriver];
   if (self != nil) {
+    if ([self delegate] == nil) [self setDelegate:self];
     [[self keychainContents] fillWithItems:items];
     Utils::log(QELLog::Info(), @"keychain contents filled from card from reader %@", [[smartCard slot] name]);
   }
@@ -116,12 +121,14 @@ void ReportConstructionFailure(NSError *error, BOOL startedTokenLog) {
 #pragma mark - TKTokenDelegate
 
 - (nullable TKTokenSession *)token:(TKToken *)token createSessionWithError:(NSError **)error {
+  const EntryLock lock;
   (void)token;
   (void)error;  // left untouched, also when there is no session
   return [QELTokenSession sessionWithToken:self];
 }
 
 - (void)dealloc {
+  const EntryLock lock;
   for (NSNumber *session in m_sessions) PKCS11::CloseSession([session unsignedLongValue]);
   [m_sessions release];
   [m_slots release];

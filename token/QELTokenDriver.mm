@@ -4,6 +4,12 @@
 
 @implementation QELTokenDriver
 
+- (instancetype)init {
+  self = [super init];
+  if (self != nil && [self delegate] == nil) [self setDelegate:self];
+  return self;
+}
+
 - (nullable TKSmartCardToken *)tokenDriver:(TKSmartCardTokenDriver *)driver
                    createTokenForSmartCard:(TKSmartCard *)smartCard
                                        AID:(nullable NSData *)AID

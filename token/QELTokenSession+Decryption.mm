@@ -1,9 +1,9 @@
 #import "token/QELTokenSession.h"
 
-#include "pkcs11/FunctionList.h"
-#import "token/Boundary.h"
-#import "token/OutputCall.h"
-#import "token/TokenKitErrors.h"
+#include "pkcs11/Calls.h"
+#include "pkcs11/QELTokenException.h"
+#import "token/CardCall.h"
+#include "token/EntryLock.h"
 
 @implementation QELTokenSession (Decryption)
 
@@ -12,6 +12,7 @@
                          usingKey:(TKTokenObjectID)keyObjectID
                         algorithm:(TKTokenKeyAlgorithm *)algorithm
                             error:(NSError **)error {
+  const EntryLock lock;
   (void)session;
   (void)algorithm;  // the one that is supported needs no telling apart
   return AtBoundary(error, [&] { return [self decryptOnCard:ciphertext usingKey:keyObjectID error:error]; });
@@ -26,7 +27,7 @@
   if (!CardCallSucceeded("C_DecryptInit", PKCS11::Functions()->C_DecryptInit(session, &mechanism, key), error)) {
     return nil;
   }
-  auto *input = static_cast<CK_BYTE *>(const_cast<void *>([ciphertext bytes]));
+  auto *input = const_cast<CK_BYTE *>(InputBytes(ciphertext));
   const auto decrypt = [&](CK_BYTE *plaintext, CK_ULONG *length) {
     return PKCS11::Functions()->C_Decrypt(session, input, [ciphertext length], plaintext, length);
   };

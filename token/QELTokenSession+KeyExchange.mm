@@ -2,12 +2,11 @@
 
 #include <iterator>
 
-#include "pkcs11/FunctionList.h"
-#import "token/Boundary.h"
-#import "token/CardOutput.h"
+#include "pkcs11/Calls.h"
+#include "pkcs11/QELTokenException.h"
+#import "token/CardCall.h"
+#include "token/EntryLock.h"
 #import "token/KeyDerivation.h"
-#import "token/PinPadCall.h"
-#import "token/TokenKitErrors.h"
 
 @implementation QELTokenSession (KeyExchange)
 
@@ -17,6 +16,7 @@
                           algorithm:(TKTokenKeyAlgorithm *)algorithm
                          parameters:(TKTokenKeyExchangeParameters *)parameters
                               error:(NSError **)error {
+  const EntryLock lock;
   (void)session;
   return AtBoundary(error, [&] {
     KeyDerivation derivation(algorithm, otherPartyPublicKeyData, [parameters sharedInfo]);

@@ -1,13 +1,11 @@
 #import "token/QELTokenSession.h"
 
 #include "log/QELLog.h"
-#include "pkcs11/FunctionList.h"
-#import "token/Boundary.h"
-#import "token/EcdsaSignature.h"
-#import "token/OutputCall.h"
-#include "token/Pkcs1Padding.h"
-#import "token/SigningMechanism.h"
-#import "token/TokenKitErrors.h"
+#include "pkcs11/Calls.h"
+#include "pkcs11/QELTokenException.h"
+#import "token/CardCall.h"
+#include "token/EntryLock.h"
+#import "token/SignatureForms.h"
 
 @implementation QELTokenSession (Signing)
 
@@ -20,6 +18,7 @@
                          usingKey:(TKTokenObjectID)keyObjectID
                         algorithm:(TKTokenKeyAlgorithm *)algorithm
                             error:(NSError **)error {
+  const EntryLock lock;
   (void)session;
   return AtBoundary(error,
                     [&] { return [self signOnCard:dataToSign usingKey:keyObjectID algorithm:algorithm error:error]; });
@@ -42,14 +41,14 @@
 
   // The card adds the PKCS#1 padding itself. A refused block leaves the started operation in the session.
   int64_t offset = 0;
-  if ([algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureRaw]) {
+  if (mechanism.IsRaw()) {
     offset = [self removePKCS1PaddingFromData:data];
     if (offset < 0) {
       QELLog::Error() << "data to sign contains incorrect padding";
       return nil;
     }
   }
-  NSMutableData *signature = [self signatureOfBytes:static_cast<const CK_BYTE *>([data bytes]) + offset
+  NSMutableData *signature = [self signatureOfBytes:InputBytes(data) + offset
                                              length:[data length] - static_cast<NSUInteger>(offset)
                                               error:error];
   if (signature == nil || ![algorithm isAlgorithm:kSecKeyAlgorithmECDSASignatureDigestX962]) return signature;

@@ -1,7 +1,8 @@
 #import "token/QELTokenSession.h"
 
-#include "pkcs11/FunctionList.h"
-#import "token/SigningMechanism.h"
+#include "pkcs11/Calls.h"
+#include "token/EntryLock.h"
+#import "token/SignatureForms.h"
 
 namespace {
 
@@ -12,10 +13,10 @@ bool IsType(TKTokenKeychainKey *key, CFStringRef type) {
 bool CanSignWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm) {
   if (![key canSign]) return false;
   if (IsType(key, kSecAttrKeyTypeRSA)) {
+    const SigningMechanism mechanism(algorithm);
     // The raw form counts only when the platform makes it out of a PKCS#1 v1.5 signature: the card pads by itself.
-    return ([algorithm isAlgorithm:kSecKeyAlgorithmRSASignatureRaw] &&
-            [algorithm supportsAlgorithm:kSecKeyAlgorithmRSASignatureDigestPKCS1v15Raw]) ||
-           SigningMechanism(algorithm).IsPss();
+    return mechanism.IsPss() ||
+           (mechanism.IsRaw() && [algorithm supportsAlgorithm:kSecKeyAlgorithmRSASignatureDigestPKCS1v15Raw]);
   }
   return IsType(key, kSecAttrKeyTypeECSECPrimeRandom) &&
          [algorithm isAlgorithm:kSecKeyAlgorithmECDSASignatureDigestX962];
@@ -46,6 +47,7 @@ bool CanExchangeWith(TKTokenKeychainKey *key, TKTokenKeyAlgorithm *algorithm, NS
     supportsOperation:(TKTokenOperation)operation
              usingKey:(TKTokenObjectID)keyObjectID
             algorithm:(TKTokenKeyAlgorithm *)algorithm {
+  const EntryLock lock;
   (void)session;
   TKTokenKeychainKey *key = [[[self token] keychainContents] keyForObjectID:keyObjectID error:nullptr];
   if (key == nil) return NO;

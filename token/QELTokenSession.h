@@ -3,11 +3,24 @@
 #import <CryptoTokenKit/CryptoTokenKit.h>
 
 #include "pkcs11/Cryptoki.h"
-#import "token/SlotSessionPair.h"
 
 NS_ASSUME_NONNULL_BEGIN
 
 @class QELToken;
+
+/// A PKCS#11 slot and the session that the token opened on it. Owns nothing: the token closes the session.
+@interface SlotSessionPair : NSObject {
+  CK_SLOT_ID m_slot;
+  CK_SESSION_HANDLE m_session;
+}
+
+@property(atomic, assign) CK_SLOT_ID hSlot;
+@property(atomic, assign) CK_SESSION_HANDLE hSession;
+
+/// Stores the two handles.
+- (instancetype)initWithSlotSession:(CK_SLOT_ID)slot session:(CK_SESSION_HANDLE)session;
+
+@end
 
 /// One client's use of the token. Works on the sessions that the token opened and keeps no key handle, login flag or
 /// PIN: the login state lives on the card. An operation that fails returns nil: with an error of domain "QELToken" when
@@ -18,6 +31,7 @@ NS_ASSUME_NONNULL_BEGIN
   NSMutableArray<SlotSessionPair *> *m_pairs;
   SlotSessionPair *m_currentPair;  // one of m_pairs, which keeps it alive: operations read it without the property
   BOOL m_isPinPad;
+  TKSmartCard *m_loginCard;
 }
 
 /// A pair per slot of the token, in the token's order.
@@ -29,13 +43,13 @@ NS_ASSUME_NONNULL_BEGIN
 /// Whether the card's reader has its own PIN pad.
 @property(atomic, assign) BOOL isPinPad;
 
+/// The card whose connection a login marks; set when an authentication begins. The platform promises smartCard in the
+/// delegate's methods only, and a login finishes outside them.
+@property(atomic, retain, nullable) TKSmartCard *loginCard;
+
 /// Returns a session on the token's slots, autoreleased; nil when a slot's token information cannot be read, which is
 /// logged.
 + (nullable instancetype)sessionWithToken:(QELToken *)token;
-
-@end
-
-@interface QELTokenSession (Keys)
 
 /// Makes the pair that holds the key the current one, by the identifier's prefix. A prefix of neither slot changes
 /// nothing; one of a slot that the token does not have raises NSRangeException.

@@ -1,29 +1,15 @@
 #include "util/QELIconv.h"
 
-#include <iconv.h>
-
-#include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <stdexcept>
 #include <type_traits>
-#include <vector>
+#include <utility>
 
-#include "util/UniqueHandle.h"
+#include "util/Converter.h"
 
 namespace QELIconv {
 
 namespace {
-
-constexpr size_t kMaxBufferBytes = 1024 * 1024;
-
-struct IconvTraits {
-  using Handle = iconv_t;
-  static Handle Invalid() { return reinterpret_cast<Handle>(-1); }
-  static void Close(Handle converter) { iconv_close(converter); }
-};
-using ScopedIconv = UniqueHandle<IconvTraits>;
 
 // What this file keeps for the whole process is never destroyed: messages are converted until the last static is gone.
 std::string& DefaultEncoding() {
@@ -47,71 +33,64 @@ const std::string& EncodingOf() {
   }
 }
 
-std::string Between(const std::string& from, const std::string& to) {
-  return " from encoding '" + from + "' to '" + to + "' failed";
-}
-
-ScopedIconv Open(const std::string& from, const std::string& to) {
-  ScopedIconv converter(iconv_open(to.c_str(), from.c_str()));
-  if (!converter) throw std::runtime_error("iconv_open" + Between(from, to));
-  return converter;
-}
-
 // The converter's view of a string: iconv takes its input as mutable bytes and leaves them alone.
 template <typename Char>
 char* Bytes(const Char* characters) {
   return const_cast<char*>(reinterpret_cast<const char*>(characters));
 }
 
-// Doubles a buffer that was too small for a single character. Returns false when it has its greatest size already.
-template <typename To>
-bool Grow(std::vector<To>& buffer) {
-  const size_t size = std::min(2 * buffer.size(), kMaxBufferBytes / sizeof(To));
-  if (size == buffer.size()) return false;
-  buffer.resize(size);
-  return true;
-}
+/// Puts characters together from bytes, in whatever portions they come.
+template <typename Char>
+class Characters {
+ public:
+  /// Keeps what is only the beginning of a character until its other bytes come.
+  void Append(const char* bytes, size_t count) {
+    m_text.resize((m_bytes + count + sizeof(Char) - 1) / sizeof(Char));
+    std::memcpy(Bytes(m_text.data()) + m_bytes, bytes, count);
+    m_bytes += count;
+  }
+
+  /// Forgets the beginning of a character that never got its end, and appends `text`.
+  void Append(const std::basic_string<Char>& text) {
+    Finish() += text;
+    m_bytes = m_text.size() * sizeof(Char);
+  }
+
+  /// Returns the text, without the beginning of a character.
+  std::basic_string<Char>& Finish() {
+    m_text.resize(m_bytes / sizeof(Char));
+    return m_text;
+  }
+
+  Converter::Sink Sink() {
+    return [this](const char* bytes, size_t count) { Append(bytes, count); };
+  }
+
+ private:
+  std::basic_string<Char> m_text;
+  size_t m_bytes = 0;
+};
 
 }  // namespace
 
 template <typename To, typename From>
 std::basic_string<To> Convert(const std::basic_string<From>& input, const ErrHandler<From, To>& handler,
                               const std::string& fromEncoding, const std::string& toEncoding) {
-  const std::string& from = fromEncoding.empty() ? EncodingOf<From>() : fromEncoding;
-  const std::string& to = toEncoding.empty() ? EncodingOf<To>() : toEncoding;
-  const ScopedIconv converter = Open(from, to);
+  Converter::Input left{Bytes(input.data()), input.size() * sizeof(From)};
+  const char* const end = left.position + left.count;
+  Converter converter(fromEncoding.empty() ? EncodingOf<From>() : fromEncoding,
+                      toEncoding.empty() ? EncodingOf<To>() : toEncoding, left.count);
+  Characters<To> whole;
+  if (converter.ConvertAll(left, whole.Sink())) return std::move(whole.Finish());
 
-  size_t remaining = input.size() * sizeof(From);
-  char* position = Bytes(input.data());
-  const char* const end = position + remaining;
-  std::vector<To> buffer(std::min(4 * remaining, kMaxBufferBytes) / sizeof(To));
-  buffer.reserve(1);  // iconv insists on a place to write, for an empty input too
-  size_t written = 0;
-  std::basic_string<To> result;
-
-  // Converts as much as one buffer takes. Returns 0 when the input is exhausted, else the number of what stopped it.
-  const auto pass = [&](char** bytes, size_t* count) {
-    char* output = Bytes(buffer.data());
-    size_t room = buffer.size() * sizeof(To);
-    const bool done = iconv(converter.Get(), bytes, count, &output, &room) != static_cast<size_t>(-1);
-    const int error = done ? 0 : errno;
-    written = (buffer.size() * sizeof(To) - room) / sizeof(To);
-    result.append(buffer.data(), written);
-    return error;
-  };
-
-  pass(nullptr, nullptr);  // the converter's initial state
-  while (const int error = pass(&position, &remaining)) {
-    if (error == E2BIG && (written > 0 || Grow(buffer))) continue;
-    if (error != EILSEQ && error != EINVAL) {
-      throw std::runtime_error("iconv" + Between(from, to) + " with errno " + std::to_string(error));
-    }
-    auto* stoppedAt = reinterpret_cast<const From*>(position);
-    result += handler(stoppedAt, remaining);
-    position = Bytes(stoppedAt);
-    remaining = position < end ? end - position : 0;
+  Characters<To> result;
+  while (!converter.ConvertSome(left, result.Sink())) {
+    auto* stoppedAt = reinterpret_cast<const From*>(left.position);
+    result.Append(handler(stoppedAt, left.count));
+    left.position = Bytes(stoppedAt);
+    left.count = left.position < end ? end - left.position : 0;
   }
-  return result;
+  return std::move(result.Finish());
 }
 
 template <typename To, typename From>

@@ -1,49 +1,43 @@
-// The containing app: installing it registers the extension, opening it says so. `--status` prints the same and opens
-// no window, for scripts and for the account that runs the login window.
-#import <AppKit/AppKit.h>
+// The containing app: installing it registers the extension, opening it shows what the system knows of readers, cards
+// and certificates. With an option it prints instead and opens no window, for scripts and for the account that runs
+// the login window.
 #include <stdio.h>
 #include <string.h>
 
-#import "bundle/app/Registration.h"
+#import "bundle/app/Application.h"
+#import "bundle/app/Commands.h"
 
-static NSString *StatusText(NSString *identifier, QELRegistration registration) {
-  if (identifier == nil) {
-    return @"This copy of the app does not contain the extension. Install the app again.";
-  }
-  switch (registration) {
-    case QELRegistrationFound:
-      return [NSString stringWithFormat:@"The extension %@ is registered.", identifier];
-    case QELRegistrationMissing:
-      return [NSString stringWithFormat:@"The extension %@ is not registered. Move the app to the Applications folder "
-                                        @"and open it again.",
-                                        identifier];
-    case QELRegistrationUnknown:
-      break;
-  }
-  return [NSString stringWithFormat:@"The system did not say whether the extension %@ is registered.", identifier];
-}
+static const char kUsage[] =
+    "usage: QELToken                     open the window\n"
+    "       QELToken --status [--json]   print whether the extension is registered, readers, cards and certificates;\n"
+    "                                    exit status 0 when it is registered, 1 when not\n"
+    "       QELToken --support [--json]  print what a help desk asks for, without secrets; read it before you send it\n"
+    "       QELToken --help              print this\n";
 
-static void ShowWindow(NSString *status) {
-  [[NSApplication sharedApplication] setActivationPolicy:NSApplicationActivationPolicyRegular];
-  [NSApp activateIgnoringOtherApps:YES];
-  NSAlert *alert = [[[NSAlert alloc] init] autorelease];
-  [alert setMessageText:@"QELToken makes the certificates and keys of your smart card available to applications."];
-  [alert setInformativeText:status];
-  [alert runModal];
+static int Usage(const char *argument) {
+  fprintf(stderr, "QELToken: unknown option '%s'\n%s", argument, kUsage);
+  return 2;
 }
 
 int main(int argc, const char **argv) {
   int result = 0;
   @autoreleasepool {
-    NSString *identifier = QELContainedExtensionIdentifier();
-    QELRegistration registration = identifier ? QELRegistrationOfExtension(identifier) : QELRegistrationMissing;
-    NSString *status = StatusText(identifier, registration);
-    if (argc > 1 && strcmp(argv[1], "--status") == 0) {
-      printf("%s\n", [status UTF8String]);
+    const char *command = argc > 1 ? argv[1] : "";
+    const BOOL json = argc > 2 && strcmp(argv[2], "--json") == 0;
+    if (argc > (json ? 3 : 2)) {
+      result = Usage(argv[json ? 3 : 2]);
+    } else if (strcmp(command, "--status") == 0) {
+      result = QELPrintStatus(json);
+    } else if (strcmp(command, "--support") == 0) {
+      result = QELPrintSupport(json);
+    } else if (strcmp(command, "--help") == 0 || strcmp(command, "-h") == 0) {
+      fputs(kUsage, stdout);
+    } else if (strncmp(command, "--", 2) == 0) {
+      result = Usage(command);
     } else {
-      ShowWindow(status);
+      // Whatever else stands there comes from whoever starts apps.
+      [QELMakeApplication() run];
     }
-    result = registration == QELRegistrationFound ? 0 : 1;
   }
   return result;
 }

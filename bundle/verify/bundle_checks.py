@@ -136,8 +136,8 @@ def _extension_entitlement_defects(where, found, images):
 
 
 def _app_entitlement_defects(where, found):
-    if found.keys() - _ADDED_BY_SIGNING:
-        yield f"{where}: the app needs no entitlements, found {', '.join(sorted(found))}"
+    if found.keys() - _ADDED_BY_SIGNING != {_SANDBOX + "smartcard"} or found[_SANDBOX + "smartcard"] is not True:
+        yield f"{where}: the app needs com.apple.security.smartcard and nothing else, found {', '.join(sorted(found)) or 'none'}"
 
 
 def entitlement_defects(app, extension):

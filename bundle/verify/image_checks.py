@@ -6,6 +6,7 @@ import pathlib
 import re
 
 import macho
+from unwind import unwind_defects
 
 HERE = pathlib.Path(__file__).resolve().parent
 BUILD_PATH = re.compile(rb"(?<![\w.])/(?:Users|home|root|tmp|private|var/folders|build|builds|work|workspace|mnt|srv|runner|"
@@ -79,6 +80,32 @@ def _kind_defects(where, image, app, minimum_system):
         yield f"{where}: the entry is {image.entry_symbol or 'code of its own'}, not NSExtensionMain"
 
 
+_EXPORTED = {"__mh_execute_header"}
+_OLDEST_SDK = (11, 3)
+_RPATHS = {True: [], False: ["@executable_path/../Frameworks"]}  # of the app; of the extension
+
+
+def _loading_defects(where, image, app):
+    """What the system's loader minds, or what would let others' code in."""
+    for segment in image.segments:
+        if segment.name == "__DATA_CONST" and not segment.flags & macho.SG_READ_ONLY:
+            yield f"{where}: __DATA_CONST lacks SG_READ_ONLY, and newer systems refuse the image; link with lld 16 or later"
+        if segment.protection & macho.WRITABLE and segment.protection & macho.EXECUTABLE:
+            yield f"{where}: {segment.name} is both writable and executable"
+    if not image.flags & macho.MH_PIE:
+        yield f"{where}: not position-independent"
+    if image.sdk is None or tuple(int(n) for n in image.sdk.split(".")) < _OLDEST_SDK:
+        yield f"{where}: linked against SDK {image.sdk}, older than {'.'.join(map(str, _OLDEST_SDK))}"
+    if image.rpaths != _RPATHS[app]:
+        yield f"{where}: libraries are looked for in {image.rpaths}, not {_RPATHS[app]}"
+    exported = {s.name for s in image.symbols if s.exported} - _EXPORTED
+    weak = {s.name for s in image.symbols if s.exported and s.weak}
+    if exported:
+        yield f"{where}: exports {len(exported)} symbols, {len(weak)} of them weak, such as {min(weak or exported)}"
+    if image.flags & macho.MH_WEAK_DEFINES:
+        yield f"{where}: offers weak symbols, which the loader merges with those of the maker's library"
+
+
 def _revealing_defects(where, image, sources):
     for found in sorted({m.group(0) for m in BUILD_PATH.finditer(image.data)}):
         yield f"{where}: contains the path {found.decode('utf-8', 'replace')}"
@@ -88,6 +115,14 @@ def _revealing_defects(where, image, sources):
     local = sum(s.local for s in image.symbols)
     if debugging or local or any(s.segment == "__DWARF" for s in image.sections):
         yield f"{where}: not stripped, {debugging} debugging and {local} local symbols"
+
+
+def _first_few(defects, limit=3):
+    """A linker that errs does so a thousand times."""
+    defects = list(defects)
+    yield from defects[:limit]
+    if len(defects) > limit:
+        yield f"{len(defects) - limit} more defects of unwinding"
 
 
 def image_defects(piece, sources, processors, minimum_system, sdk):
@@ -106,6 +141,8 @@ def image_defects(piece, sources, processors, minimum_system, sdk):
     for processor, image in sorted(piece.images.items()):
         where = f"{piece.label}: {processor}"
         yield from _kind_defects(where, image, app, minimum_system)
+        yield from _loading_defects(where, image, app)
+        yield from (f"{where}: {defect}" for defect in _first_few(unwind_defects(image)))
         yield from _import_defects(where, image, app, allowed, sdk)
         yield from _revealing_defects(where, image, sources)
         if not app:

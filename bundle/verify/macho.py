@@ -10,17 +10,30 @@ from xml.parsers import expat
 
 CPU_NAMES = {0x01000007: "x86_64", 0x0100000C: "arm64"}
 MH_EXECUTE, MH_DYLIB, MH_DSYM = 2, 6, 10
+MH_WEAK_DEFINES, MH_PIE = 0x8000, 0x200000
+SG_READ_ONLY = 0x10  # of a segment: the loader takes write access away once it has bound it
+WRITABLE, EXECUTABLE = 2, 4
 PLATFORM_MACOS = 1
 
 _LC_SYMTAB, _LC_DYSYMTAB, _LC_UUID, _LC_SEGMENT_64, _LC_CODE_SIGNATURE = 0x2, 0xB, 0x1B, 0x19, 0x1D
 _LC_BUILD_VERSION, _LC_VERSION_MIN_MACOSX, _LC_MAIN, _LC_RPATH = 0x32, 0x24, 0x80000028, 0x8000001C
+_LC_FUNCTION_STARTS = 0x26
 _LC_DYLIBS = (0xC, 0x80000018, 0x8000001F, 0x20, 0x80000023)
 _MAGIC_64, _FAT_MAGIC, _FAT_MAGIC_64 = 0xFEEDFACF, 0xCAFEBABE, 0xCAFEBABF
-_N_STAB, _N_TYPE, _N_EXT, _N_SECT = 0xE0, 0x0E, 0x01, 0x0E
+_N_STAB, _N_PEXT, _N_TYPE, _N_EXT, _N_SECT, _N_WEAK_DEF = 0xE0, 0x10, 0x0E, 0x01, 0x0E, 0x80
 
 
 class NotMachO(Exception):
     """The file is no Mach-O file that this module reads; the message says why."""
+
+
+@dataclasses.dataclass
+class Segment:
+    name: str
+    address: int
+    size: int
+    protection: int  # as loaded: 1 readable, 2 writable, 4 executable
+    flags: int
 
 
 @dataclasses.dataclass
@@ -39,7 +52,12 @@ class Section:
 class Symbol:
     name: str
     kind: int
-    library: int  # ordinal in the list of linked libraries, counted from 1
+    description: int
+
+    @property
+    def library(self):
+        """Ordinal in the list of linked libraries, counted from 1."""
+        return self.description >> 8
 
     @property
     def debugging(self):
@@ -48,6 +66,15 @@ class Symbol:
     @property
     def undefined(self):
         return not self.debugging and self.kind & _N_TYPE == 0
+
+    @property
+    def exported(self):
+        return self.kind & (_N_STAB | _N_PEXT | _N_EXT) == _N_EXT and not self.undefined
+
+    @property
+    def weak(self):
+        """Of a definition: whether the loader may take another image's instead."""
+        return self.description & _N_WEAK_DEF != 0
 
     @property
     def local(self):
@@ -68,8 +95,9 @@ class Image:
         self.data = data
         _, cpu, _, self.kind, count, _, self.flags, _ = struct.unpack_from("<8I", data)
         self.processor = CPU_NAMES.get(cpu, hex(cpu))
-        self.platform, self.minimum_system, self.uuid, self.entry_offset = None, None, None, None
-        self.libraries, self.rpaths, self.sections, self.symbols = [], [], [], []
+        self.platform, self.minimum_system, self.sdk, self.uuid, self.entry_offset = None, None, None, None, None
+        self.libraries, self.rpaths, self.segments, self.sections, self.symbols = [], [], [], [], []
+        self.function_starts = b""  # as the linker wrote them: differences in ULEB128
         self.base, self._indirect, self._signature = 0, (0, 0), None
         position = 32
         for _ in range(count):
@@ -84,8 +112,9 @@ class Image:
     def _read(self, command, at, size):
         data = self.data
         if command == _LC_SEGMENT_64:
-            name, address = struct.unpack_from("<16sQ", data, at + 8)
-            if name.rstrip(b"\0") == b"__TEXT":
+            name, address, length, _, _, _, protection, _, flags = struct.unpack_from("<16s4Q4I", data, at + 8)
+            self.segments.append(Segment(name.rstrip(b"\0").decode(), address, length, protection, flags))
+            if self.segments[-1].name == "__TEXT":
                 self.base = address
             for i in range(struct.unpack_from("<I", data, at + 64)[0]):
                 s = struct.unpack_from("<16s16sQQ8I", data, at + 72 + 80 * i)
@@ -96,14 +125,18 @@ class Image:
         elif command == _LC_RPATH:
             self.rpaths.append(self._c_string(at + struct.unpack_from("<I", data, at + 8)[0]))
         elif command == _LC_BUILD_VERSION:
-            self.platform, minimum = struct.unpack_from("<II", data, at + 8)
-            self.minimum_system = _version(minimum)
+            self.platform, minimum, sdk = struct.unpack_from("<III", data, at + 8)
+            self.minimum_system, self.sdk = _version(minimum), _version(sdk)
         elif command == _LC_VERSION_MIN_MACOSX:
-            self.platform, self.minimum_system = PLATFORM_MACOS, _version(struct.unpack_from("<I", data, at + 8)[0])
+            self.platform = PLATFORM_MACOS
+            self.minimum_system, self.sdk = map(_version, struct.unpack_from("<II", data, at + 8))
         elif command == _LC_MAIN:
             self.entry_offset = struct.unpack_from("<Q", data, at + 8)[0]
         elif command == _LC_UUID:
             self.uuid = data[at + 8:at + 24].hex().upper()
+        elif command == _LC_FUNCTION_STARTS:
+            start, length = struct.unpack_from("<II", data, at + 8)
+            self.function_starts = data[start:start + length]
         elif command == _LC_CODE_SIGNATURE:
             self._signature = struct.unpack_from("<II", data, at + 8)
         elif command == _LC_DYSYMTAB:
@@ -112,7 +145,7 @@ class Image:
             symbols, count, strings, _ = struct.unpack_from("<4I", data, at + 8)
             for i in range(count):
                 name, kind, _, description, _ = struct.unpack_from("<IBBHQ", data, symbols + 16 * i)
-                self.symbols.append(Symbol(self._c_string(strings + name), kind, description >> 8))
+                self.symbols.append(Symbol(self._c_string(strings + name), kind, description))
 
     def _c_string(self, offset):
         return self.data[offset:self.data.index(b"\0", offset)].decode("utf-8", "replace")

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "host/SignatureNames.h"
-#include "host/TerminalText.h"
+#include "host/keys/SignatureNames.h"
+#include "host/terminal/TerminalText.h"
 
 namespace Host {
 namespace {
@@ -12,7 +12,13 @@ namespace {
 using Wire::Item;
 
 void Tell(const std::string& line) {
-  std::fprintf(stderr, "ctkhost: %s\n", line.c_str());
+  std::fprintf(stderr, "ctkhost: %s\n", ForTerminal(line, std::string::npos).c_str());
+}
+
+/// A key's comment, as clients print it and as it may end up in a file of keys: one line, and no control of a terminal.
+std::string CommentOf(const Item& item) {
+  constexpr size_t kLongest = 200;  // columns
+  return ForTerminal(item.label.value_or(""), kLongest);
 }
 
 }  // namespace
@@ -60,7 +66,7 @@ std::vector<Ssh::Identity> CardKeys::Identities() {
   Follow();
   std::vector<Ssh::Identity> identities;
   for (const auto& [reader, token] : m_tokens)
-    for (const Key& key : token->keys) identities.push_back({key.publicKey.blob, key.item->label.value_or("")});
+    for (const Key& key : token->keys) identities.push_back({key.publicKey.blob, CommentOf(*key.item)});
   return identities;
 }
 

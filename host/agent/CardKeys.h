@@ -3,12 +3,12 @@
 #include <map>
 #include <memory>
 
-#include "host/Commands.h"
-#include "host/ReaderMonitor.h"
-#include "host/TokenService.h"
 #include "host/agent/Keys.h"
 #include "host/agent/PinPrompt.h"
 #include "host/agent/Protocol.h"
+#include "host/base/Options.h"
+#include "host/keys/KeySession.h"
+#include "host/readers/ReaderMonitor.h"
 
 namespace Host {
 

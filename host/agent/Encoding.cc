@@ -36,9 +36,9 @@ Writer& Writer::Mpint(const Bytes& magnitude) {
 }
 
 const uint8_t* Parser::Next(size_t size) {
-  if (m_bytes.size() - m_at < size) throw Malformed("too short");
-  const uint8_t* start = m_bytes.data() + m_at;
-  m_at += size;
+  if (m_left.size < size) throw Malformed("too short");
+  const uint8_t* start = m_left.bytes;
+  m_left = {start + size, m_left.size - size};
   return start;
 }
 
@@ -50,10 +50,14 @@ uint32_t Parser::Uint32() {
   return Uint32At(Next(4));
 }
 
-Bytes Parser::String() {
+View Parser::StringInPlace() {
   const size_t size = Uint32();
-  const uint8_t* start = Next(size);
-  return {start, start + size};
+  return {Next(size), size};
+}
+
+Bytes Parser::String() {
+  const View string = StringInPlace();
+  return {string.bytes, string.bytes + string.size};
 }
 
 }  // namespace Ssh

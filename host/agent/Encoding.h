@@ -34,20 +34,28 @@ class Writer {
   Bytes m_bytes;
 };
 
+/// Some bytes of others.
+struct View {
+  const uint8_t* bytes;
+  size_t size;
+};
+
 /// Reads `bytes`, which outlive it, from their start. Each call throws Malformed when too few are left.
 class Parser {
  public:
-  explicit Parser(const Bytes& bytes) : m_bytes(bytes) {}
+  explicit Parser(View bytes) : m_left(bytes) {}
+  explicit Parser(const Bytes& bytes) : m_left{bytes.data(), bytes.size()} {}
   uint8_t Byte();
   uint32_t Uint32();
   Bytes String();
+  /// The next string where it stands, without a copy.
+  View StringInPlace();
 
  private:
   /// Where the next `size` bytes start, which are then behind the reader.
   const uint8_t* Next(size_t size);
 
-  const Bytes& m_bytes;
-  size_t m_at = 0;
+  View m_left;
 };
 
 }  // namespace Ssh

@@ -10,13 +10,12 @@
 #include <cstring>
 #include <memory>
 
-#include "host/PublicPoint.h"
+#include "host/keys/PublicKeyParts.h"
 
 namespace Ssh {
 namespace {
 
 using ScopedCertificate = std::unique_ptr<X509, decltype(&X509_free)>;
-using ScopedNumber = std::unique_ptr<BIGNUM, decltype(&BN_free)>;
 using ScopedSignature = std::unique_ptr<ECDSA_SIG, decltype(&ECDSA_SIG_free)>;
 
 constexpr uint32_t kRsaSha256 = 2;
@@ -40,16 +39,9 @@ Bytes BytesOf(const BIGNUM* number) {
   return bytes;
 }
 
-Bytes NumberOf(const EVP_PKEY* key, const char* parameter) {
-  BIGNUM* number = nullptr;
-  if (EVP_PKEY_get_bn_param(key, parameter, &number) != 1) return {};
-  const ScopedNumber owner(number, BN_free);
-  return BytesOf(number);
-}
-
 std::optional<PublicKey> RsaKey(const EVP_PKEY* key) {
-  const Bytes exponent = NumberOf(key, OSSL_PKEY_PARAM_RSA_E);
-  const Bytes modulus = NumberOf(key, OSSL_PKEY_PARAM_RSA_N);
+  const Bytes exponent = Host::NumberOf(key, OSSL_PKEY_PARAM_RSA_E);
+  const Bytes modulus = Host::NumberOf(key, OSSL_PKEY_PARAM_RSA_N);
   return PublicKey{KeyType::Rsa, Writer().String("ssh-rsa").Mpint(exponent).Mpint(modulus).Take()};
 }
 
@@ -83,11 +75,8 @@ std::optional<CertifiedKey> KeyOfCertificate(const Bytes& der) {
   const ScopedCertificate certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())), X509_free);
   EVP_PKEY* key = certificate ? X509_get0_pubkey(certificate.get()) : nullptr;
   auto supported = key ? SupportedKey(key) : std::nullopt;
-  Bytes hash(EVP_MAX_MD_SIZE);
-  unsigned int length = 0;
-  if (!supported || X509_pubkey_digest(certificate.get(), EVP_sha1(), hash.data(), &length) != 1) return std::nullopt;
-  hash.resize(length);
-  return CertifiedKey{*std::move(supported), hash};
+  if (!supported) return std::nullopt;
+  return CertifiedKey{*std::move(supported), Host::PublicKeyHash(certificate.get())};
 }
 
 std::optional<SignatureMethod> MethodFor(KeyType type, uint32_t flags) {

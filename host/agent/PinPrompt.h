@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "platform/wire/Attachment.h"
@@ -10,21 +11,21 @@ namespace Host {
 /// is no terminal or SSH_ASKPASS_REQUIRE is "prefer" or "force"; on the terminal otherwise, or for "never".
 class PinPrompt {
  public:
-  /// Gives up asking when `stop` can be read from.
-  explicit PinPrompt(int stop) : m_stop(stop) {}
+  /// Gives up asking when `stop` can be read from, or after `patience`.
+  explicit PinPrompt(int stop, std::chrono::milliseconds patience = std::chrono::minutes(2))
+      : m_stop(stop), m_patience(patience) {}
 
   /// What the PIN is for: goes before the prompt.
   void SetPurpose(std::string purpose) { m_purpose = std::move(purpose); }
 
-  /// The PIN. Throws Failure: cancelled, nowhere to ask, or nobody answered for two minutes.
+  /// The PIN. Throws Failure: cancelled, nowhere to ask, or nobody answered in time.
   Wire::Attachment Ask(const std::string& prompt) const;
 
  private:
   Wire::Attachment AskWithProgram(const std::string& program, const std::string& prompt) const;
-  /// Fills `pin` from `descriptor` until its end. Returns its length. Throws Failure.
-  size_t Collect(int descriptor, Wire::Attachment& pin) const;
 
   int m_stop;
+  std::chrono::milliseconds m_patience;
   std::string m_purpose;
 };
 

@@ -27,16 +27,16 @@ Bytes Only(Type type) {
 
 }  // namespace
 
-Bytes Lock::Digest(const Bytes& passphrase) const {
+Bytes Lock::Digest(View passphrase) const {
   Bytes digest(kDigestLength);
-  const auto* text = reinterpret_cast<const char*>(passphrase.data());
-  if (PKCS5_PBKDF2_HMAC(text ? text : "", static_cast<int>(passphrase.size()), m_salt.data(),
+  const auto* text = reinterpret_cast<const char*>(passphrase.bytes);
+  if (PKCS5_PBKDF2_HMAC(text ? text : "", static_cast<int>(passphrase.size), m_salt.data(),
                         static_cast<int>(m_salt.size()), kRounds, EVP_sha256(), kDigestLength, digest.data()) != 1)
     return {};
   return digest;
 }
 
-bool Lock::Close(const Bytes& passphrase) {
+bool Lock::Close(View passphrase) {
   if (m_locked) return false;
   m_salt.resize(kDigestLength);
   if (RAND_bytes(m_salt.data(), kDigestLength) != 1) return false;
@@ -45,7 +45,7 @@ bool Lock::Close(const Bytes& passphrase) {
   return m_locked;
 }
 
-bool Lock::Open(const Bytes& passphrase) {
+bool Lock::Open(View passphrase) {
   if (!m_locked) return false;
   const Bytes digest = Digest(passphrase);
   if (digest.size() != m_digest.size() || CRYPTO_memcmp(digest.data(), m_digest.data(), digest.size()) != 0)
@@ -54,7 +54,7 @@ bool Lock::Open(const Bytes& passphrase) {
   return true;
 }
 
-Bytes Agent::Answer(const Bytes& message) {
+Bytes Agent::Answer(View message) {
   try {
     Parser request(message);
     const uint8_t type = request.Byte();
@@ -71,9 +71,9 @@ Bytes Agent::Dispatch(uint8_t type, Parser& request) {
     case SignRequest:
       return Sign(request);
     case LockRequest:
-      return Only(m_lock.Close(request.String()) ? Success : Failure);
+      return Only(m_lock.Close(request.StringInPlace()) ? Success : Failure);
     case UnlockRequest:
-      return Only(m_lock.Open(request.String()) ? Success : Failure);
+      return Only(m_lock.Open(request.StringInPlace()) ? Success : Failure);
     default:
       return Only(Failure);
   }

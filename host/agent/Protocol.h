@@ -28,11 +28,11 @@ class Lock {
  public:
   bool IsLocked() const { return m_locked; }
   /// Returns whether it took effect: a locked one is not locked again, and only the same passphrase unlocks.
-  bool Close(const Bytes& passphrase);
-  bool Open(const Bytes& passphrase);
+  bool Close(View passphrase);
+  bool Open(View passphrase);
 
  private:
-  Bytes Digest(const Bytes& passphrase) const;
+  Bytes Digest(View passphrase) const;
 
   bool m_locked = false;
   Bytes m_salt, m_digest;
@@ -44,9 +44,11 @@ class Agent {
   /// Uses `keyring`, which outlives it.
   explicit Agent(Keyring& keyring) : m_keyring(keyring) {}
 
-  /// The answer to `message`; both are without their length. A message that is malformed or asks for what a card does
-  /// not do, such as to add or remove keys, is answered with a failure; none throws.
-  Bytes Answer(const Bytes& message);
+  /// The answer to `message`; both are without their length. A passphrase in it is not copied. A message that is
+  /// malformed or asks for what a card does not do, such as to add or remove keys, is answered with a failure; none
+  /// throws.
+  Bytes Answer(View message);
+  Bytes Answer(const Bytes& message) { return Answer(View{message.data(), message.size()}); }
 
  private:
   Bytes Dispatch(uint8_t type, Parser& request);

@@ -3,13 +3,12 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <cstdio>
-
-#include "host/Service.h"
-#include "host/Signals.h"
 #include "host/agent/CardKeys.h"
-#include "host/agent/PrivateSocket.h"
 #include "host/agent/Server.h"
+#include "host/base/Output.h"
+#include "host/base/PrivateSocket.h"
+#include "host/keys/Service.h"
+#include "host/terminal/Signals.h"
 
 namespace Host {
 void ServeAgent(const Options& options, const AgentArguments& arguments) {
@@ -18,14 +17,15 @@ void ServeAgent(const Options& options, const AgentArguments& arguments) {
   const int stop = SignalDescriptor({SIGINT, SIGTERM, SIGHUP});
   const PrivateSocket socket(arguments.socket);
   ExtensionProcess process = MakeProcess(options);
+  process.GiveUpAt(stop);
   PinPrompt prompt(stop);
   CardKeys keys(options, arguments.alwaysAsk ? CardKeys::Login::ForEachSignature : CardKeys::Login::UntilRemoval,
                 process, prompt);
   Ssh::Agent agent(keys);
   AgentServer server(socket.Descriptor(), geteuid(), agent);
-  std::printf("SSH_AUTH_SOCK='%s'; export SSH_AUTH_SOCK;\n", socket.Path().c_str());
-  std::fflush(stdout);
+  Print("SSH_AUTH_SOCK=" + ShellWord(socket.Path()) + "; export SSH_AUTH_SOCK;\n");
   server.Run(stop, {keys.Descriptors(), [&] { keys.EndGone(); }});
+  SignalCame(stop);  // the cards are left in peace, unless another signal comes
 }
 
 }  // namespace Host

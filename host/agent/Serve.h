@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/Commands.h"
+#include "host/base/Options.h"
 
 namespace Host {
 

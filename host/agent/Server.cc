@@ -8,7 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "host/Failure.h"
+#include "host/base/Failure.h"
+#include "host/base/PrivateSocket.h"
 
 namespace Host {
 namespace {
@@ -67,19 +68,18 @@ void AgentServer::Accept() {
 }
 
 bool AgentServer::IsWelcome(int socket, pid_t* process) const {
-  ucred peer = {};
-  socklen_t size = sizeof peer;
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != m_owner) return false;
-  *process = peer.pid;
+  const std::optional<Peer> peer = PeerOf(socket);
+  if (!peer || peer->user != m_owner) return false;
+  *process = peer->process;
   const auto ofThatProcess = std::count_if(m_connections.begin(), m_connections.end(),
-                                           [&](const Connection& other) { return other.process == peer.pid; });
+                                           [&](const Connection& other) { return other.process == peer->process; });
   return m_connections.size() < kAgentClients && static_cast<size_t>(ofThatProcess) < kAgentClientsOfAProcess;
 }
 
 bool AgentServer::Serve(Connection& connection) {
   if (!connection.answer.empty()) return Send(connection);
 
-  Ssh::Bytes& request = connection.request;
+  SecretBytes& request = connection.request;
   const bool hasLength = request.size() >= kLengthSize;
   const size_t whole = kLengthSize + (hasLength ? Ssh::Uint32At(request.data()) : 0);
   uint8_t chunk[kChunk];
@@ -87,15 +87,16 @@ bool AgentServer::Serve(Connection& connection) {
   if (got < 0) return IsOnlyNotReady();
   if (got == 0) return false;
   request.insert(request.end(), chunk, chunk + got);
+  explicit_bzero(chunk, static_cast<size_t>(got));
 
   if (request.size() < whole) return true;
   if (!hasLength) {
     const uint32_t length = Ssh::Uint32At(request.data());
     return length > 0 && length <= kLongestAgentMessage;
   }
-  const Ssh::Bytes message(request.begin() + kLengthSize, request.end());
+  const Ssh::View message = {request.data() + kLengthSize, request.size() - kLengthSize};
   connection.answer = Ssh::Writer().String(m_agent.Answer(message)).Take();
-  Ssh::Bytes().swap(request);
+  SecretBytes().swap(request);
   return Send(connection);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/agent/Protocol.h"
+#include "host/agent/SecretBytes.h"
 
 namespace Host {
 
@@ -39,8 +40,8 @@ class AgentServer {
   struct Connection {
     int socket;
     pid_t process;
-    Ssh::Bytes request;  ///< what came of the next one, its length first
-    Ssh::Bytes answer;   ///< what has not been sent
+    SecretBytes request;  ///< what came of the next one, its length first
+    Ssh::Bytes answer;    ///< what has not been sent
   };
 
   void Accept();

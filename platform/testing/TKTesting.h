@@ -41,4 +41,22 @@ NS_ASSUME_NONNULL_BEGIN
 
 @end
 
+// What the platform's headers leave open. Ours is generous unless told otherwise; for the whole process, one test at a
+// time.
+
+@interface TKSmartCardTokenSession (QELTesting)
+
+/// While YES, `smartCard` raises NSInternalInconsistencyException, as the real one may outside the methods of the
+/// session's delegate. The extension's process sets it while an authentication finishes.
++ (void)setCardIsOutOfReach:(BOOL)outOfReach;
+
+@end
+
+@interface TKToken (QELDelegates)
+
+/// NO: drivers, tokens and sessions do not become their own delegates when they are made.
++ (void)setDelegatesAreInstalled:(BOOL)installed;
+
+@end
+
 NS_ASSUME_NONNULL_END

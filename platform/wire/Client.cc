@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <charconv>
+
 #include "platform/wire/Hex.h"
 
 namespace Wire {
@@ -21,22 +23,65 @@ Bytes BytesFromHex(const json& text) {
   return *std::move(bytes);
 }
 
+int64_t NumberWithin(const json& number, int64_t least, int64_t most) {
+  const auto value = number.get<int64_t>();
+  if (!number.is_number_integer() || value < least || value > most) {
+    Misunderstood("a number out of range");
+  }
+  return value;
+}
+
+Operation OperationFrom(const std::string& text) {
+  int operation = 0;
+  const char* const end = text.data() + text.size();
+  if (const auto read = std::from_chars(text.data(), end, operation); read.ec != std::errc() || read.ptr != end) {
+    Misunderstood("an operation that is no number");
+  }
+  return static_cast<Operation>(operation);
+}
+
+json ConstraintFrom(const json& constraint) {
+  if (!constraint.is_boolean() && !constraint.is_string()) {
+    Misunderstood("a constraint that is neither text nor a truth value");
+  }
+  return constraint;
+}
+
+std::string KindOfAuthentication(const std::string& kind) {
+  if (kind != "smartCardPIN" && kind != "password" && kind != "none") {
+    Misunderstood("an unknown kind of login");
+  }
+  return kind;
+}
+
+/// A text for people; what is longer than anybody reads is left out.
+std::string TextFrom(const json& text) {
+  constexpr size_t Longest = 16 * 1024;
+  std::string shown = text.get<std::string>();
+  if (shown.size() > Longest) {
+    shown.resize(Longest);
+  }
+  return shown;
+}
+
 Item ItemFrom(const json& from) {
+  constexpr int64_t LongestKey = 65536;  // bits
   Item item;
-  item.objectID = from.at("objectID");
+  const Bytes objectID = BytesFromHex(from.at("objectID"));
+  item.objectID = ToHex(objectID.data(), objectID.size());
   if (const json& label = from.at("label"); !label.is_null()) {
-    item.label = label.get<std::string>();
+    item.label = TextFrom(label);
   }
   for (const auto& [operation, constraint] : from.at("constraints").items()) {
-    item.constraints[static_cast<Operation>(std::stoi(operation))] = constraint;
+    item.constraints[OperationFrom(operation)] = ConstraintFrom(constraint);
   }
   if (from.at("kind") == "certificate") {
     item.kind = Item::Kind::Certificate;
     item.certificate = BytesFromHex(from.at("certificate"));
     return item;
   }
-  item.keyType = from.at("keyType");
-  item.keySizeInBits = from.at("keySizeInBits");
+  item.keyType = TextFrom(from.at("keyType"));
+  item.keySizeInBits = static_cast<int>(NumberWithin(from.at("keySizeInBits"), 0, LongestKey));
   item.publicKeyHash = BytesFromHex(from.at("publicKeyHash"));
   item.canSign = from.at("canSign");
   item.canDecrypt = from.at("canDecrypt");
@@ -46,7 +91,7 @@ Item ItemFrom(const json& from) {
 }
 
 Token TokenFrom(const json& from) {
-  Token token = {from.at("token"), from.at("instanceID"), {}};
+  Token token = {from.at("token"), TextFrom(from.at("instanceID")), {}};
   for (const json& item : from.at("items")) {
     token.items.push_back(ItemFrom(item));
   }
@@ -63,8 +108,6 @@ auto AnswerFrom(const Reply& reply, Read read) -> Answer<decltype(read(reply.res
     return {read(reply.result), std::nullopt};
   } catch (const json::exception& problem) {
     Misunderstood(problem.what());
-  } catch (const std::logic_error& problem) {  // a constraint's operation that is no number
-    Misunderstood(problem.what());
   }
 }
 
@@ -80,9 +123,17 @@ Channel::~Channel() {
   close(m_socket);
 }
 
+void Channel::GiveUpAt(int stop, int process) {
+  m_patience.stop = stop;
+  m_patience.process = process;
+}
+
 Reply Channel::Call(const std::string& name, json arguments, Attachment attachment) {
-  Send(m_socket, {{{"call", name}, {"arguments", std::move(arguments)}}, std::move(attachment)});
-  std::optional<Message> message = Receive(m_socket, m_timeout);
+  if (m_timeout) {
+    m_patience.deadline = std::chrono::steady_clock::now() + *m_timeout;
+  }
+  Send(m_socket, {{{"call", name}, {"arguments", std::move(arguments)}}, std::move(attachment)}, m_patience);
+  std::optional<Message> message = Receive(m_socket, m_patience);
   if (!message) {
     throw ProtocolError(ProtocolError::Kind::Closed, "the extension's process ended without an answer");
   }
@@ -94,7 +145,7 @@ Reply Channel::Call(const std::string& name, json arguments, Attachment attachme
     if (reply.ok) {
       reply.result = message->header.at("result");
     } else if (const json& error = message->header.at("error"); !error.is_null()) {
-      reply.error = Error{error.at("domain"), error.at("code"), error.at("description")};
+      reply.error = Error{TextFrom(error.at("domain")), error.at("code"), TextFrom(error.at("description"))};
     }
     return reply;
   } catch (const json::exception& problem) {
@@ -153,7 +204,7 @@ Answer<Bytes> Client::PerformKeyExchange(int64_t session, const std::string& key
 Answer<Authentication> Client::BeginAuth(int64_t session, Operation operation, const json& constraint) {
   const json arguments = {{"session", session}, {"operation", static_cast<int>(operation)}, {"constraint", constraint}};
   return AnswerFrom(m_channel.Call("beginAuth", arguments), [](const json& result) {
-    return Authentication{result.at("auth"), result.at("kind")};
+    return Authentication{result.at("auth"), KindOfAuthentication(result.at("kind"))};
   });
 }
 

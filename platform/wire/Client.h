@@ -47,11 +47,15 @@ struct Reply {
 /// One socket to one extension. Calls are answered in order; one thread at a time.
 class Channel {
  public:
-  /// Owns `socket`. `timeout` is how long an answer may take.
+  /// Owns `socket`. `timeout` is how long a request and its answer may take together.
   explicit Channel(int socket, std::optional<std::chrono::milliseconds> timeout = std::nullopt);
   ~Channel();
   Channel(const Channel&) = delete;
   Channel& operator=(const Channel&) = delete;
+
+  /// Beside the time: calls end when `stop` can be read from, or the process of process descriptor `process` has ended.
+  /// Both are the caller's; -1: none.
+  void GiveUpAt(int stop, int process);
 
   /// Sends a request and waits for its answer. Throws ProtocolError, after which the channel is of no use.
   Reply Call(const std::string& name, nlohmann::json arguments = nlohmann::json::object(), Attachment attachment = {});
@@ -62,6 +66,7 @@ class Channel {
  private:
   int m_socket;
   std::optional<std::chrono::milliseconds> m_timeout;
+  Patience m_patience;
   std::chrono::nanoseconds m_lastDuration{0};
 };
 
@@ -81,7 +86,7 @@ struct Item {
   Kind kind = Kind::Key;
   std::string objectID;  ///< hexadecimal
   std::optional<std::string> label;
-  std::map<Operation, nlohmann::json> constraints;  ///< true, false, or the extension's own value
+  std::map<Operation, nlohmann::json> constraints;  ///< true, false, or a text of the extension's own
   // Of certificates:
   std::vector<uint8_t> certificate;  ///< DER
   // Of keys:
@@ -109,8 +114,9 @@ struct Authentication {
 using Algorithms = std::vector<std::string>;
 using Bytes = std::vector<uint8_t>;
 
-/// The calls, each with its own types. Each throws ProtocolError as Channel::Call does; an identifier that the
-/// extension's process does not know gives an error of domain "Wire".
+/// The calls, each with its own types. Each throws ProtocolError as Channel::Call does, and Garbage for an answer whose
+/// values are of other types or out of all reason; an identifier that the extension's process does not know gives an
+/// error of domain "Wire".
 class Client {
  public:
   /// Uses `channel`, which outlives the client.

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 
 namespace Wire {
 namespace {
@@ -20,10 +21,11 @@ constexpr size_t PrefixLength = 8;
   throw ProtocolError(Kind::System, std::string(call) + ": " + std::strerror(errno));
 }
 
-void RequireAllowedLength(const char* part, size_t length) {
+/// Throws a ProtocolError of that kind when `part` is longer than allowed.
+void RequireAllowedLength(const char* part, size_t length, Kind kind) {
   if (length > MaximumPartLength) {
-    throw ProtocolError(Kind::TooLong, std::string(part) + " of " + std::to_string(length) + " bytes, allowed are " +
-                                           std::to_string(MaximumPartLength));
+    throw ProtocolError(kind, std::string(part) + " of " + std::to_string(length) + " bytes, allowed are " +
+                                  std::to_string(MaximumPartLength));
   }
 }
 
@@ -41,18 +43,59 @@ size_t LoadLength(const uint8_t* from) {
   return length;
 }
 
+bool IsUnlimited(const Patience& patience) {
+  return !patience.deadline && patience.stop < 0 && patience.process < 0;
+}
+
+/// Milliseconds for poll(), so that it does not return before the deadline.
+int LeftUntil(const Patience& patience) {
+  using namespace std::chrono;
+  if (!patience.deadline) {
+    return -1;
+  }
+  const auto left = ceil<milliseconds>(*patience.deadline - steady_clock::now());
+  return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, std::numeric_limits<int>::max()));
+}
+
+/// Waits until `socket` is ready for `events`. Returns false when its other side's process ended before.
+bool WaitFor(int socket, short events, const Patience& patience) {
+  std::array<pollfd, 3> waited = {{{socket, events, 0}, {patience.stop, POLLIN, 0}, {patience.process, POLLIN, 0}}};
+  const int ready = poll(waited.data(), waited.size(), LeftUntil(patience));
+  if (ready < 0 && errno != EINTR) {
+    FailedCall("poll");
+  }
+  if (ready == 0) {
+    throw ProtocolError(Kind::TimedOut, "no answer in time");
+  }
+  if (ready > 0 && waited[1].revents != 0) {
+    throw ProtocolError(Kind::Stopped, "the wait was stopped");
+  }
+  return ready < 0 || waited[0].revents != 0;
+}
+
+bool IsNotReady() {
+  return errno == EAGAIN || errno == EWOULDBLOCK;
+}
+
+int FlagsFor(const Patience& patience) {
+  return IsUnlimited(patience) ? 0 : MSG_DONTWAIT;
+}
+
 /// Sends both parts in one call where the system takes them at once: every call may wake the other side.
-void SendParts(int socket, std::array<iovec, 2> parts) {
+void SendParts(int socket, std::array<iovec, 2> parts, const Patience& patience) {
   size_t remaining = parts[0].iov_len + parts[1].iov_len;
   while (remaining > 0) {
     msghdr message = {};
     message.msg_iov = parts.data();
     message.msg_iovlen = parts.size();
-    const ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL);
+    const ssize_t sent = sendmsg(socket, &message, MSG_NOSIGNAL | FlagsFor(patience));
     if (sent < 0 && errno == EINTR) {
       continue;
     }
-    if (sent < 0 && (errno == EPIPE || errno == ECONNRESET)) {
+    if (sent < 0 && IsNotReady() && WaitFor(socket, POLLOUT, patience)) {
+      continue;
+    }
+    if (sent < 0 && (IsNotReady() || errno == EPIPE || errno == ECONNRESET)) {
       throw ProtocolError(Kind::Closed, "the other side is gone");
     }
     if (sent < 0) {
@@ -69,34 +112,19 @@ void SendParts(int socket, std::array<iovec, 2> parts) {
   }
 }
 
-void WaitForInput(int socket, std::chrono::milliseconds timeout) {
-  pollfd wait = {socket, POLLIN, 0};
-  int ready = -1;
-  do {
-    ready = poll(&wait, 1, static_cast<int>(timeout.count()));
-  } while (ready < 0 && errno == EINTR);
-  if (ready < 0) {
-    FailedCall("poll");
-  }
-  if (ready == 0) {
-    throw ProtocolError(Kind::TimedOut, "no answer in " + std::to_string(timeout.count()) + " ms");
-  }
-}
-
 /// Returns how many bytes came before the end of the stream.
-size_t ReceiveBytes(int socket, uint8_t* to, size_t length, std::optional<std::chrono::milliseconds> timeout) {
+size_t ReceiveBytes(int socket, uint8_t* to, size_t length, const Patience& patience) {
   size_t received = 0;
   while (received < length) {
-    const ssize_t got = recv(socket, to + received, length - received, timeout ? MSG_DONTWAIT : 0);
+    const ssize_t got = recv(socket, to + received, length - received, FlagsFor(patience));
     if (got < 0 && errno == EINTR) {
       continue;
     }
-    if (got < 0 && timeout && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-      WaitForInput(socket, *timeout);
+    if (got < 0 && IsNotReady() && WaitFor(socket, POLLIN, patience)) {
       continue;
     }
     // A peer that died with unread input resets the stream: an end like any other.
-    if (got == 0 || (got < 0 && errno == ECONNRESET)) {
+    if (got == 0 || (got < 0 && (IsNotReady() || errno == ECONNRESET))) {
       break;
     }
     if (got < 0) {
@@ -107,12 +135,33 @@ size_t ReceiveBytes(int socket, uint8_t* to, size_t length, std::optional<std::c
   return received;
 }
 
-/// Turns numbers with a fraction into nulls: no message has any, and making an integer of a large one is undefined.
-bool WithoutFractions(int, nlohmann::json::parse_event_t, nlohmann::json& parsed) {
-  if (parsed.is_number_float()) {
-    parsed = nullptr;
+/// The header in `text`. What is beyond the limits is given up while it is read, before it takes more memory.
+nlohmann::json HeaderFrom(const std::string& text) {
+  using Event = nlohmann::json::parse_event_t;
+  size_t values = 0;
+  const auto check = [&](int depth, Event event, nlohmann::json& parsed) {
+    const bool starts = event == Event::object_start || event == Event::array_start;
+    if (starts && depth >= MaximumDepth) {
+      throw ProtocolError(Kind::Garbage, "the header is nested too deep");
+    }
+    if (++values > MaximumValues) {
+      throw ProtocolError(Kind::Garbage, "the header has too many values");
+    }
+    // No message has numbers with a fraction, and making an integer of a large one is undefined.
+    if (parsed.is_number_float()) {
+      parsed = nullptr;
+    }
+    return true;
+  };
+  nlohmann::json header = nlohmann::json::parse(text, check, false);
+  if (!header.is_object()) {
+    throw ProtocolError(Kind::Garbage, "the header is not a JSON object");
   }
-  return true;
+  return header;
+}
+
+std::string TextOf(const nlohmann::json& header) {
+  return header.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 void RequireWhole(const char* part, size_t received, size_t length) {
@@ -124,39 +173,39 @@ void RequireWhole(const char* part, size_t received, size_t length) {
 
 }  // namespace
 
-void Send(int socket, const Message& message) {
-  using json = nlohmann::json;
-  const std::string header = message.header.dump(-1, ' ', false, json::error_handler_t::replace);
-  RequireAllowedLength("header", header.size());
-  RequireAllowedLength("attachment", message.attachment.size());
+bool Fits(const Message& message) {
+  return message.attachment.size() <= MaximumPartLength && TextOf(message.header).size() <= MaximumPartLength;
+}
+
+void Send(int socket, const Message& message, const Patience& patience) {
+  const std::string header = TextOf(message.header);
+  RequireAllowedLength("header", header.size(), Kind::TooLong);
+  RequireAllowedLength("attachment", message.attachment.size(), Kind::TooLong);
   std::string front(PrefixLength, '\0');
   StoreLength(reinterpret_cast<uint8_t*>(front.data()), header.size());
   StoreLength(reinterpret_cast<uint8_t*>(front.data()) + 4, message.attachment.size());
   front += header;
   auto* attachment = const_cast<uint8_t*>(message.attachment.data());
-  SendParts(socket, {{{front.data(), front.size()}, {attachment, message.attachment.size()}}});
+  SendParts(socket, {{{front.data(), front.size()}, {attachment, message.attachment.size()}}}, patience);
 }
 
-std::optional<Message> Receive(int socket, std::optional<std::chrono::milliseconds> timeout) {
+std::optional<Message> Receive(int socket, const Patience& patience) {
   std::array<uint8_t, PrefixLength> prefix = {};
-  const size_t received = ReceiveBytes(socket, prefix.data(), prefix.size(), timeout);
+  const size_t received = ReceiveBytes(socket, prefix.data(), prefix.size(), patience);
   if (received == 0) {
     return std::nullopt;
   }
   RequireWhole("frame's lengths", received, prefix.size());
   const size_t headerLength = LoadLength(prefix.data());
   const size_t attachmentLength = LoadLength(prefix.data() + 4);
-  RequireAllowedLength("header", headerLength);
-  RequireAllowedLength("attachment", attachmentLength);
+  RequireAllowedLength("header", headerLength, Kind::Garbage);
+  RequireAllowedLength("attachment", attachmentLength, Kind::Garbage);
 
   std::string header(headerLength, '\0');
   auto* headerBytes = reinterpret_cast<uint8_t*>(header.data());
-  RequireWhole("header", ReceiveBytes(socket, headerBytes, header.size(), timeout), header.size());
-  Message message = {nlohmann::json::parse(header, WithoutFractions, false), Attachment(attachmentLength)};
-  if (!message.header.is_object()) {
-    throw ProtocolError(Kind::Garbage, "the header is not a JSON object");
-  }
-  RequireWhole("attachment", ReceiveBytes(socket, message.attachment.data(), attachmentLength, timeout),
+  RequireWhole("header", ReceiveBytes(socket, headerBytes, header.size(), patience), header.size());
+  Message message = {HeaderFrom(header), Attachment(attachmentLength)};
+  RequireWhole("attachment", ReceiveBytes(socket, message.attachment.data(), attachmentLength, patience),
                attachmentLength);
   return message;
 }

@@ -2,14 +2,16 @@
 
 import pathlib
 import plistlib
+import re
 import shutil
 import subprocess
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 FRAMEWORKS = "/System/Library/Frameworks"
 STUBS = {
-    "objc": ("/usr/lib/libobjc.A.dylib", "_OBJC_CLASS_$_NSObject, _OBJC_METACLASS_$_NSObject, __objc_empty_cache, _objc_msgSend"),
-    "System": ("/usr/lib/libSystem.B.dylib", "dyld_stub_binder, _getpid, _sandbox_extension_consume"),
+    "objc": ("/usr/lib/libobjc.A.dylib", "_OBJC_CLASS_$_NSObject, _OBJC_METACLASS_$_NSObject, __objc_empty_cache, _objc_msgSend, "
+             "___objc_personality_v0, _objc_exception_rethrow, _objc_begin_catch, _objc_end_catch, _objc_terminate"),
+    "System": ("/usr/lib/libSystem.B.dylib", "dyld_stub_binder, _getpid, _sandbox_extension_consume, __Unwind_Resume"),
     "Foundation": (FRAMEWORKS + "/Foundation.framework/Versions/C/Foundation",
                    "_NSExtensionMain, _OBJC_CLASS_$_NSData, _OBJC_METACLASS_$_NSData"),
     "Private": ("/System/Library/PrivateFrameworks/Private.framework/Private", "_PrivateCall"),
@@ -48,8 +50,14 @@ def run(*command):
     return done.stdout.strip()
 
 
-def tool(name):
-    return run("clang", f"-print-prog-name={name}")
+def linker_folder():
+    """Where the tools of a linker lie whose images macOS takes."""
+    for name in (run("clang", "-print-prog-name=ld64.lld"), "ld64.lld", *(f"ld64.lld-{v}" for v in range(29, 15, -1))):
+        found = shutil.which(name)
+        version = re.search(r"LLD (\d+)", run(found, "--version")) if found else None
+        if version and int(version.group(1)) >= 16:
+            return pathlib.Path(found).resolve().parent
+    raise RuntimeError("no ld64.lld of version 16 or later; run script/bootstrap")
 
 
 def configured(template, **values):
@@ -66,8 +74,9 @@ class Maker:
 
     def __init__(self, folder):
         self.folder = pathlib.Path(folder)
-        self.linker, self.lipo = tool("ld64.lld"), tool("llvm-lipo")
-        self.strip, self.dsymutil = tool("llvm-strip"), tool("dsymutil")
+        tools = linker_folder()
+        self.linker, self.lipo = tools / "ld64.lld", tools / "llvm-lipo"
+        self.strip, self.dsymutil = tools / "llvm-strip", tools / "dsymutil"
         (self.folder / "stubs").mkdir(parents=True)
         for name, (path, symbols) in STUBS.items():
             (self.folder / "stubs" / f"lib{name}.tbd").write_text(
@@ -75,18 +84,22 @@ class Maker:
                 f"install-name: '{path}'\nexports:\n  - targets: [ x86_64-macos, arm64-macos ]\n    symbols: [ {symbols} ]\n...\n")
         (self.folder / "lipo").symlink_to(self.lipo)
 
-    def image(self, output, code, entry="_NSExtensionMain", system="11.5", processors=("x86_64", "arm64"), libraries=(),
-              dylib=False, stripped=True, symbols=None, signed=False):
-        """Writes a universal image to `output`; with `symbols` its debug information there."""
+    def image(self, output, code, entry="_NSExtensionMain", system="11.5", sdk="12.0", processors=("x86_64", "arm64"),
+              libraries=(), rpaths=("@executable_path/../Frameworks",), exported="__mh_execute_header", dylib=False,
+              stripped=True, symbols=None, signed=False):
+        """Writes a universal image to `output`; with `symbols` its debug information there. `exported`: None for all."""
         parts = []
         for processor in processors:
             source, part = self.folder / "code.m", self.folder / f"{processor}.out"
             source.write_text(code)
             target = f"{processor}-apple-macos{system}"
-            run("clang", f"--target={target}", "-fno-objc-arc", "-fobjc-runtime=macosx-11.5", "-g", "-c", source,
-                f"-ffile-prefix-map={self.folder}=.", "-o", self.folder / "code.o")
+            run("clang", f"--target={target}", "-fno-objc-arc", "-fexceptions", "-fobjc-exceptions",
+                "-fobjc-runtime=macosx-11.5", "-g", "-c", source, f"-ffile-prefix-map={self.folder}=.", "-o", self.folder / "code.o")
             kind = ["-dylib", "-install_name", "@rpath/lib.dylib"] if dylib else ["-e", entry]
-            run(self.linker, "-arch", processor, "-platform_version", "macos", system, "12.0", *kind,
+            if not dylib:
+                kind += ["-exported_symbol", exported] if exported else []
+                kind += [argument for path in rpaths for argument in ("-rpath", path)]
+            run(self.linker, "-arch", processor, "-platform_version", "macos", system, sdk, *kind,
                 "-L", self.folder / "stubs", "-lobjc", "-lSystem", "-lFoundation", *[f"-l{name}" for name in libraries],
                 "-adhoc_codesign" if signed else "-no_adhoc_codesign", self.folder / "code.o", "-o", part)
             if symbols:
@@ -108,7 +121,7 @@ class Maker:
         extension = app / "Contents/PlugIns/QELToken.appex"
         self.image(extension / "Contents/MacOS/QELToken", code,
                    symbols=self.folder / "QELToken.appex.dSYM/Contents/Resources/DWARF/QELToken")
-        self.image(app / "Contents/MacOS/QELToken", APP_CODE, entry="_main")
+        self.image(app / "Contents/MacOS/QELToken", APP_CODE, entry="_main", rpaths=())
         self.image(extension / "Contents/Frameworks/libQELTarnwellPkcs11.dylib", LIBRARY_CODE, dylib=True)
         (app / "Contents/Info.plist").write_text(configured("App-Info.plist.in"))
         (extension / "Contents/Info.plist").write_text(configured("Extension-Info.plist.in"))

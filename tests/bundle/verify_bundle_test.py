@@ -86,7 +86,9 @@ BROKEN_PLISTS = [
      lambda p: p["com.apple.security.temporary-exception.files.absolute-path.read-only"].append("/"), "absolute-path.read-only is"),
     ("Extension.entitlements",
      lambda p: p["com.apple.security.temporary-exception.files.home-relative-path.read-only"].clear(), "home-relative-path.read-only is"),
-    ("App.entitlements", lambda p: p.update({"com.apple.security.smartcard": True}), "the app needs no entitlements"),
+    ("App.entitlements", lambda p: p.clear(), "the app needs com.apple.security.smartcard and nothing else, found none"),
+    ("App.entitlements", lambda p: p.update({"com.apple.security.smartcard": False}), "smartcard and nothing else"),
+    ("App.entitlements", lambda p: p.update({"com.apple.security.network.client": True}), "smartcard and nothing else"),
 ]
 
 # What is done to the folder, what the verifier must say.

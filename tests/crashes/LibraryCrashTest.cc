@@ -8,7 +8,7 @@
 #include <fstream>
 #include <ostream>
 
-#include "tests/agent/CardAgent.h"
+#include "tests/host/agent/CardAgent.h"
 #include "tests/integration/OpenSSL.h"
 #include "tests/integration/RealCard.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -114,7 +114,7 @@ TEST_P(LibraryCrash, CostsOneRequestThatSaysSoAndTheNextIsDone) {
 
   const ChildResult next = operations.Run(crash.operation);
   EXPECT_EQ(next.exitStatus, 0) << next.errors;
-  EXPECT_NE(next.output, "");
+  EXPECT_NE(next.output + next.errors, "") << "neither a list nor a word on the file";
   EXPECT_EQ(operations.Card().Has("result"), std::string(crash.operation) != "list");
 }
 

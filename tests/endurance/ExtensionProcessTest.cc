@@ -1,13 +1,13 @@
 // The extension's own process over the soft card: memory and descriptors as the system sees them.
 
-#include "host/ExtensionProcess.h"
+#include "host/extension/ExtensionProcess.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cstdio>
 
-#include "host/TokenService.h"
+#include "host/keys/KeySession.h"
 #include "tests/endurance/ResourceUsage.h"
 #include "tests/integration/RealCard.h"
 

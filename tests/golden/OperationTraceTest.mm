@@ -1,64 +1,52 @@
 #include "tests/golden/Ciphertext.h"
 #include "tests/golden/GoldenTrace.h"
-#include "tests/golden/StoryCard.h"
+#include "tests/golden/Stories.h"
 #import "tests/token/TokenTest.h"
 #import "token/PerformLogin.h"
 
-namespace {
-
-/// What one request makes of a card, with at most one call that fails on the way.
-struct OperationStory {
-  const char *name;
-  StoryContents contents;
-  bool loggedIn;
-  bool (*request)(QELTokenSession *session);  // answers whether it succeeded
-  bool succeeds = true;
-  const char *failingCall = nullptr;
-  CK_RV rv = CKR_OK;
-  int occurrence = 1;
-};
-
-void PrintTo(const OperationStory &story, std::ostream *stream) {
-  *stream << story.name;
-}
-
-const StoryContents kEc = {1, 1};
-const StoryContents kRsa = {1, 1, true};
-const StoryContents kTwoSlots = {2, 1};
-
-}  // namespace
-
 class OperationTrace : public TokenTest, public ::testing::WithParamInterface<OperationStory> {
  public:
-  // The requests. Each uses the first published key, unless it says otherwise.
+  /// Answers whether it succeeded.
+  static bool Perform(Request request, QELTokenSession *session) {
+    switch (request) {
+      case Request::AnotherSession:
+        return AnotherSession(session);
+      case Request::AskForKeyExchange:
+        return AskForKeyExchange(session);
+      case Request::LogInWithTheRightPin:
+        return LogIn(session, @"1234");
+      case Request::LogInWithAWrongPin:
+        return LogIn(session, @"0000");
+      case Request::SignRaw:
+        return Sign(session, {0x00, 0x01, 0xFF, 0x00, 0x30, 0x31}, kSecKeyAlgorithmRSASignatureRaw);
+      case Request::SignWrongPadding:
+        return Sign(session, {0x00, 0x02, 0x00, 0x30}, kSecKeyAlgorithmRSASignatureRaw);
+      case Request::SignPss:
+        return Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmRSASignatureDigestPSSSHA256);
+      case Request::SignEcdsa:
+        return SignEcdsa(session);
+      case Request::SignEcdsaOnEachSlot:
+        return SignEcdsa(session) && SignEcdsa(session, [Key(session, 0x22) objectID]);
+      case Request::SignWithAMissingKey:
+        return SignEcdsa(session, Data({0x12, 0x77}));
+      case Request::SignNothingAndThenADigest:
+        Sign(session, {}, kSecKeyAlgorithmECDSASignatureDigestX962);
+        return SignEcdsa(session);
+      case Request::Decrypt:
+        return Decrypt(session);
+      case Request::Agree:
+        return Agree(session);
+    }
+    return false;
+  }
 
+ private:
   static bool AnotherSession(QELTokenSession *session) { return MakeSession((QELToken *)[session token]) != nil; }
   static bool AskForKeyExchange(QELTokenSession *session) {
     return [session tokenSession:session
                supportsOperation:TKTokenOperationPerformKeyExchange
                         usingKey:[Key(session) objectID]
                        algorithm:Algorithm({kSecKeyAlgorithmECDHKeyExchangeStandardX963SHA1})];
-  }
-  static bool LogInWithTheRightPin(QELTokenSession *session) { return LogIn(session, @"1234"); }
-  static bool LogInWithAWrongPin(QELTokenSession *session) { return LogIn(session, @"0000"); }
-  static bool SignRaw(QELTokenSession *session) {
-    return Sign(session, {0x00, 0x01, 0xFF, 0x00, 0x30, 0x31}, kSecKeyAlgorithmRSASignatureRaw);
-  }
-  static bool SignWrongPadding(QELTokenSession *session) {
-    return Sign(session, {0x00, 0x02, 0x00, 0x30}, kSecKeyAlgorithmRSASignatureRaw);
-  }
-  static bool SignPss(QELTokenSession *session) {
-    return Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmRSASignatureDigestPSSSHA256);
-  }
-  static bool SignEcdsa(QELTokenSession *session) {
-    return Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmECDSASignatureDigestX962);
-  }
-  static bool SignEcdsaOnEachSlot(QELTokenSession *session) {
-    return SignEcdsa(session) && Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmECDSASignatureDigestX962,
-                                      [Key(session, 0x22) objectID]);
-  }
-  static bool SignWithAMissingKey(QELTokenSession *session) {
-    return Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmECDSASignatureDigestX962, Data({0x12, 0x77}));
   }
   static bool Decrypt(QELTokenSession *session) {
     return [session tokenSession:session
@@ -76,8 +64,6 @@ class OperationTrace : public TokenTest, public ::testing::WithParamInterface<Op
                                     parameters:parameters
                                          error:nullptr] != nil;
   }
-
- private:
   static TKTokenKeychainKey *Key(QELTokenSession *session, CK_BYTE prefix = 0x12) {
     for (TKTokenKeychainItem *item in [[[session token] keychainContents] items]) {
       if (BytesOf([item objectID]).front() == prefix) return (TKTokenKeychainKey *)item;
@@ -100,36 +86,13 @@ class OperationTrace : public TokenTest, public ::testing::WithParamInterface<Op
                        algorithm:Algorithm({algorithm})
                            error:nullptr] != nil;
   }
+  static bool SignEcdsa(QELTokenSession *session, NSData *key = nil) {
+    return Sign(session, TestCard::ByteString(32, 0x44), kSecKeyAlgorithmECDSASignatureDigestX962, key);
+  }
 };
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Of, OperationTrace, ::testing::Values(
-  OperationStory{"ASessionOnTwoSlots", kTwoSlots, false, OperationTrace::AnotherSession},
-  OperationStory{"ASessionOnAnUnreadableSlot", kTwoSlots, false, OperationTrace::AnotherSession, false, "C_GetTokenInfo", CKR_DEVICE_ERROR, 2},
-  OperationStory{"AQuestionAboutKeyExchange", kEc, false, OperationTrace::AskForKeyExchange},
-  OperationStory{"ARightPin", kEc, false, OperationTrace::LogInWithTheRightPin},
-  OperationStory{"AWrongPin", kEc, false, OperationTrace::LogInWithAWrongPin, false},
-  OperationStory{"ASignatureWithoutALogin", kEc, false, OperationTrace::SignEcdsa, false},
-  OperationStory{"ASignatureInAnInvalidSession", kEc, true, OperationTrace::SignEcdsa, false, "C_GetSessionInfo", CKR_SESSION_HANDLE_INVALID},
-  OperationStory{"ASignatureWithAMissingKey", kEc, true, OperationTrace::SignWithAMissingKey, false},
-  OperationStory{"ARawRsaSignature", kRsa, true, OperationTrace::SignRaw},
-  OperationStory{"ARefusedPadding", kRsa, true, OperationTrace::SignWrongPadding, false},
-  OperationStory{"APssSignature", kRsa, true, OperationTrace::SignPss},
-  OperationStory{"AnEcdsaSignature", kEc, true, OperationTrace::SignEcdsa},
-  OperationStory{"AnEcdsaSignatureOnEachSlot", kTwoSlots, true, OperationTrace::SignEcdsaOnEachSlot},
-  OperationStory{"ARefusedStartOfASignature", kEc, true, OperationTrace::SignEcdsa, false, "C_SignInit", CKR_KEY_FUNCTION_NOT_PERMITTED},
-  OperationStory{"ARefusedSignatureLength", kEc, true, OperationTrace::SignEcdsa, false, "C_Sign", CKR_DEVICE_ERROR, 1},
-  OperationStory{"ARefusedSignature", kEc, true, OperationTrace::SignEcdsa, false, "C_Sign", CKR_DEVICE_ERROR, 2},
-  OperationStory{"ADecryption", kRsa, true, OperationTrace::Decrypt},
-  OperationStory{"ARefusedStartOfADecryption", kRsa, true, OperationTrace::Decrypt, false, "C_DecryptInit", CKR_KEY_FUNCTION_NOT_PERMITTED},
-  OperationStory{"ARefusedPlaintextLength", kRsa, true, OperationTrace::Decrypt, false, "C_Decrypt", CKR_DEVICE_ERROR, 1},
-  OperationStory{"ARefusedDecryption", kRsa, true, OperationTrace::Decrypt, false, "C_Decrypt", CKR_DEVICE_ERROR, 2},
-  OperationStory{"AKeyAgreement", kEc, true, OperationTrace::Agree},
-  OperationStory{"ARefusedKeyAgreement", kEc, true, OperationTrace::Agree, false, "C_DeriveKey", CKR_MECHANISM_INVALID},
-  OperationStory{"ARefusedSecretLength", kEc, true, OperationTrace::Agree, false, "C_GetAttributeValue", CKR_ATTRIBUTE_SENSITIVE, 1},
-  OperationStory{"ARefusedSecret", kEc, true, OperationTrace::Agree, false, "C_GetAttributeValue", CKR_ATTRIBUTE_SENSITIVE, 2}
-), [](const auto &info) { return std::string(info.param.name); });
-// clang-format on
+INSTANTIATE_TEST_SUITE_P(Of, OperationTrace, ::testing::ValuesIn(kOperations),
+                         [](const auto &info) { return std::string(info.param.name); });
 
 TEST_P(OperationTrace, IsAsKept) {
   const OperationStory &story = GetParam();
@@ -143,8 +106,8 @@ TEST_P(OperationTrace, IsAsKept) {
     }
     [session setHCurrentPair:[[session hSlotSessionPairs] firstObject]];
     card->ClearCalls();
-    if (story.failingCall != nullptr) card->Fail(story.failingCall, story.rv, story.occurrence);
-    EXPECT_EQ(story.request(session), story.succeeds);
+    if (story.fault.call != nullptr) card->Fail(story.fault.call, story.fault.rv, story.fault.occurrence);
+    EXPECT_EQ(Perform(story.request, session), story.succeeds);
     EXPECT_TRUE(MatchesGoldenTrace(story.name, card->Trace()));
   }
 }

@@ -1,10 +1,11 @@
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <filesystem>
 
-#include "softcard/Beneath.h"
-#include "softcard/DeriveKey.h"
-#include "softcard/Personalise.h"
+#include "softcard/library/Beneath.h"
+#include "softcard/library/DeriveKey.h"
+#include "softcard/program/Personalise.h"
 #include "tests/golden/StoryCard.h"
 #include "tests/support/card/ForwardingCard.h"
 

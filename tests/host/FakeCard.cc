@@ -6,7 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "softcard/State.h"
+#include "softcard/state/State.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 // An extension for tests of the host. The folder named by FAKE_EXTENSION may hold a file for a call, such as
-// "signData": what the call does, one line per time it is called; the last line stays.
+// "signData": what the call does, one line per time it is called; the last line stays. Without a folder it ends at
+// once.
 //
 //   ok                       answers as a healthy extension would
 //   error DOMAIN CODE        fails with an error object
@@ -9,6 +10,10 @@
 //   slow MILLISECONDS        answers as a healthy extension would, but later
 //   hang | crash | exit N    does not answer, ends by a signal, or ends
 //   garbage | truncated      answers what is no message
+//   answer JSON              answers with that result
+//   nested DEPTH             answers with lists in lists
+//   drip                     answers a byte each tenth of a second
+//   leave                    ends, and leaves a process behind that keeps the socket; its number is in the file "left"
 //
 // Each call is appended to the file "calls", with its arguments and the length of its attachment. A PIN that finishAuth
 // gets must be "1234"; another fails as a wrong PIN does.
@@ -33,8 +38,7 @@ using Wire::Message;
 using json = nlohmann::json;
 
 std::filesystem::path Folder() {
-  const char* folder = std::getenv("FAKE_EXTENSION");
-  return folder ? folder : ".";
+  return std::getenv("FAKE_EXTENSION");
 }
 
 Message Ok(json result, std::string attachment = "") {
@@ -108,6 +112,17 @@ void SendRaw(int socket, const char* bytes, size_t length) {
   if (send(socket, bytes, length, 0) < 0) _exit(99);
 }
 
+void SendHeader(int socket, const std::string& header) {
+  std::string frame(8, '\0');
+  for (size_t i = 0; i < 4; ++i) frame[i] = static_cast<char>(header.size() >> (8 * i));
+  frame += header;
+  for (size_t sent = 0; sent < frame.size();) {
+    const ssize_t part = send(socket, frame.data() + sent, frame.size() - sent, MSG_NOSIGNAL);
+    if (part < 0) _exit(99);
+    sent += static_cast<size_t>(part);
+  }
+}
+
 Message Follow(int socket, const std::string& instruction, const Message& request) {
   std::istringstream words(instruction);
   std::string verb, text;
@@ -123,6 +138,22 @@ Message Follow(int socket, const std::string& instruction, const Message& reques
     words >> text;
     return Ok({{"auth", 9}, {"kind", text}});
   }
+  if (verb == "answer") return Ok(json::parse(instruction.substr(verb.size())));
+  if (verb == "nested") {
+    words >> number;
+    SendHeader(socket, R"({"ok":true,"result":)" + std::string(static_cast<size_t>(number), '[') +
+                           std::string(static_cast<size_t>(number), ']') + "}");
+  }
+  while (verb == "drip") {
+    SendRaw(socket, "", 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  if (verb == "leave") {
+    const pid_t left = fork();
+    if (left == 0) pause();
+    std::ofstream(Folder() / "left") << left;
+    _exit(3);
+  }
   if (verb == "exit") {
     words >> number;
     _exit(number);
@@ -137,13 +168,14 @@ Message Follow(int socket, const std::string& instruction, const Message& reques
     SendRaw(socket, "\x50\0\0\0\0\0\0\0{", 9);
     _exit(0);
   }
-  while (verb == "hang" || verb == "garbage") pause();
+  while (verb == "hang" || verb == "garbage" || verb == "nested") pause();
   return Healthy(request.header.at("call"), request.header.at("arguments"), request.attachment);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (!std::getenv("FAKE_EXTENSION")) return 98;
   signal(SIGSEGV, SIG_DFL);
   const int socket = argc > 1 ? std::atoi(argv[1] + std::strlen("--host-socket=")) : -1;
   while (auto request = Wire::Receive(socket)) {

@@ -16,13 +16,13 @@ void Require(const ChildResult& result, const char* what) {
 
 }  // namespace
 
-RealCard::RealCard(const std::vector<std::string>& options) {
+RealCard::RealCard(const std::vector<std::string>& options, const std::string& pin) {
   std::string name = std::filesystem::temp_directory_path() / "qel-card-XXXXXX";
   if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
   m_folder = name;
   std::filesystem::create_directories(m_folder / "home/Documents");
-  Write("pin", Pin() + "\n");
-  Write("wrong", "not-" + Pin() + "\n");
+  Write("pin", pin + "\n");
+  Write("wrong", "not-" + pin + "\n");
   Write("message", "Pay 100 to the bearer.\n");
   std::vector<std::string> arguments = {"init", "card", "--pin-file", Path("pin")};
   arguments.insert(arguments.end(), options.begin(), options.end());

@@ -8,12 +8,12 @@
 #include "tests/support/ChildProcess.h"
 
 /// A soft card in a reader of its own, in a folder of its own that is also the user's home. Removed at the end. It is
-/// over SoftHSM2, or over what QEL_TEST_OVER says, as `softcard init --over` has it. The card's PIN is `Pin()`; the
-/// file "pin" holds it, the file "wrong" another.
+/// over SoftHSM2, or over what QEL_TEST_OVER says, as `softcard init --over` has it. The card's PIN is
+/// `Pin()` unless another is given; the file "pin" holds it, the file "wrong" another.
 class RealCard {
  public:
   /// `options` are those of `softcard init`, such as "--key" and "p256". Throws std::runtime_error when it fails.
-  explicit RealCard(const std::vector<std::string>& options);
+  explicit RealCard(const std::vector<std::string>& options, const std::string& pin = Pin());
   ~RealCard();
   RealCard(const RealCard&) = delete;
   RealCard& operator=(const RealCard&) = delete;

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "tests/libraries/ProbeTest.h"
 
 /// Where the message of a failed construction goes. With logging on, the token log is the file in the home.
@@ -92,4 +94,12 @@ TEST_F(FailureRoutingTest, UnreadableTokenInformationIsRefusedWithoutAnErrorAndW
             (Texts{"INFO  QELToken - C_GetTokenInfo() => 0x000000E1",
                    "INFO  QELToken - Error while getting TokenInfo, probably unsupported smart card type."}));
   EXPECT_EQ(TokenLogWith("Failed to initialize"), Texts{});
+}
+
+TEST_F(FailureRoutingTest, ALogFileInTheSettingsDoesNotMoveTheTokenLog) {
+  const std::string elsewhere = m_home.Path() + "/elsewhere.log";
+  m_home.WriteSettings("[Pkcs11]\nLogLevelPkcs11 = 4\n[Global]\nLogFile = " + elsewhere + "\n");
+  Run("complete", {"token"});
+  EXPECT_NE(m_home.TokenLog(), "");
+  EXPECT_FALSE(std::filesystem::exists(elsewhere));
 }

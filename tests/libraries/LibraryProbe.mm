@@ -20,7 +20,7 @@
 #include <dlfcn.h>
 
 #include "log/QELLog.h"
-#include "pkcs11/CatchTokenException.h"
+#include "pkcs11/QELTokenException.h"
 #include "pkcs11/TarnwellPkcs11Module.h"
 #import "platform/testing/TKTesting.h"
 #include "tests/libraries/ProbeCard.h"

@@ -33,11 +33,11 @@ void Tell(const TestCard::Call& call) {
 ProbeCard::ProbeCard() : FakeCard({{7, "Example Reader 0"}}) {}
 
 CK_RV ProbeCard::Answer(TestCard::Call& call) {
-  Tell(call);
+  ::Tell(call);
   return FakeCard::Answer(call);
 }
 
 void ProbeCard::OnFault(TestCard::Call& call) {
-  Tell(call);
+  ::Tell(call);
   FakeCard::OnFault(call);
 }

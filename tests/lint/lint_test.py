@@ -11,7 +11,10 @@ import text_checks
 import tool_checks
 from sources import Tree, code_only
 
-ROWS = "qel_layer(util)\nqel_layer(log USES util)\nqel_layer(pkcs11 USES log util APPLE)\nqel_layer(token USES pkcs11 log util APPLE)\n"
+ROWS = "qel_layer(util)\nqel_layer(log USES util)\nqel_layer(pkcs11 USES log util APPLE)\nqel_layer(token USES pkcs11 log util APPLE)\n" \
+       "qel_room(softcard/state)\nqel_room(softcard/library USES softcard/state EXCEPT Library.cc)\n" \
+       "  qel_room(softcard/program USES softcard/state)\nqel_room(host/base USES platform)\n" \
+       "qel_room(host/keys USES host/base\n  platform LINK x)\nqel_room(host/agent USES host/keys host/base)\n"
 
 # check, file, a text with the defect, a text without it
 CASES = [
@@ -21,12 +24,17 @@ CASES = [
     ("include_arrows", "util/A.cc", "#include <Foundation/Foundation.h>\n", "#include <string>\n"),
     ("include_arrows", "pkcs11/A.cc", "#include <p11-kit/pkcs11.h>\n", '#include "pkcs11/Cryptoki.h"\n'),
     ("include_arrows", "platform/src/A.m", '#import "token/QELToken.h"\n', '#import "platform/src/TKPrivate.h"\n'),
+    ("include_arrows", "host/keys/A.cc", '#include "host/agent/Serve.h"\n', '#include "host/base/Failure.h"\n'),
+    ("include_arrows", "host/base/A.cc", '#include "host/keys/Pem.h"\n', '#include "platform/wire/Client.h"\n'),
+    ("include_arrows", "host/agent/A.h", '#include "softcard/state/State.h"\n', '#include "host/keys/Pem.h"\n'),
+    ("include_arrows", "softcard/program/A.cc", '#include "softcard/library/Cards.h"\n', '#include "softcard/state/State.h"\n'),
+    ("include_arrows", "softcard/state/A.cc", '#include "platform/wire/Hex.h"\n', '#include "softcard/state/B.h"\n'),
     ("platform_conditionals", "util/A.cc", "#ifdef __APPLE__\n#endif\n", "#ifdef NDEBUG\n#endif\n"),
     ("platform_conditionals", "token/A.mm", "#if TARGET_OS_OSX\n#endif\n", "// not __linux__\n"),
     ("exception_handlers", "token/A.mm", "void f() { try { g(); } catch (...) {} }\n", "void f() { g(); }\n"),
     ("exception_handlers", "tests/token/ATest.mm", "EXPECT_THROW(f(), int);\n", "EXPECT_EQ(f(), 1);\n"),
     ("exception_handlers", "token/A.cc", "void f() { try { g(); } catch (const E& e) {} }\n", "// catch (this)\n"),
-    ("exception_handlers", "pkcs11/CatchTokenException.cc", "try {} catch (A&) {} catch (B&) {}\n", "try {} catch (A&) {}\n"),
+    ("exception_handlers", "pkcs11/QELTokenException.cc", "try {} catch (A&) {} catch (B&) {}\n", "try {} catch (A&) {}\n"),
     ("exception_handlers", "token/A.mm", "@try { f(); } @catch (NSException *e) {}\n", "f();\n"),
     ("confined_interfaces", "token/A.mm", "SecAsn1CoderRelease(coder);\n", "// SecAsn1CoderRelease\n"),
     ("confined_interfaces", "token/B.mm", "SecAsn1Item item;\n", "SecCertificateRef item;\n"),
@@ -117,6 +125,13 @@ class LintTest(unittest.TestCase):
             self.write("docs/quirks.md", head + row + "\n")
             self.assertEqual(len(self.defects(check)), 1, row)
 
+    def test_a_folder_of_a_house_without_a_row_is_a_defect(self):
+        self.write("host/main.cc", '#include "host/keys/Pem.h"\n')
+        self.write("host/keys/Pem.cc", "int a;\n")
+        self.assertEqual(self.defects(text_checks.include_arrows), [])
+        self.write("host/attic/A.cc", "int a;\n")
+        self.assertEqual(len(self.defects(text_checks.include_arrows)), 1)
+
     def test_a_tree_without_layer_rows_is_a_defect(self):
         self.write("CMakeLists.txt", "project(x)\n")
         self.assertTrue(self.defects(text_checks.include_arrows))
@@ -159,6 +174,18 @@ class LintTest(unittest.TestCase):
         self.assertEqual(self.defects(tool_checks.analyzer, self.folder / "build"), [])
         self.write("token/B.mm", "int b;\n")
         self.assertEqual(len(self.defects(tool_checks.analyzer, self.folder / "build")), 1)
+
+    def test_whoever_waits_is_told_how_far_a_check_is(self):
+        seen, before = [], tool_checks.progress
+        tool_checks.progress = lambda done, of: seen.append((done, of))
+        self.addCleanup(setattr, tool_checks, "progress", before)
+        names = ["token/A.mm", "token/B.mm"]
+        for name in names:
+            self.write(name, "int a;\n")
+        self.write("build/compile_commands.json", json.dumps([
+            {"directory": str(self.folder), "file": str(self.folder.resolve() / n), "command": "true -o A.o"} for n in names]))
+        self.defects(tool_checks.analyzer, self.folder / "build")
+        self.assertEqual(seen, [(1, 2), (2, 2)])
 
     def test_nothing_to_compile_is_not_a_pass(self):
         self.write("build/compile_commands.json", "[]")

@@ -24,7 +24,7 @@ def code_only(text):
 
 
 class Tree:
-    """A folder that is checked; what git tracks or would track of it, or all of it outside a repository."""
+    """A folder that is checked; what git tracks or would track of it, or all but its build folder outside a repository."""
 
     def __init__(self, root):
         self.root = pathlib.Path(root).resolve()
@@ -35,7 +35,8 @@ class Tree:
                                 capture_output=True, text=True)
         inside = listed.returncode == 0 and (self.root / ".git").exists()
         names = listed.stdout.split("\0") if inside else \
-            [str(p.relative_to(self.root)) for p in self.root.rglob("*")]
+            [str(p.relative_to(self.root)) for top in self.root.iterdir() if top.name != "build"
+             for p in (top, *top.rglob("*"))]
         return sorted(n for n in names if n and (self.root / n).is_file())
 
     @functools.lru_cache(maxsize=None)

@@ -4,58 +4,68 @@ import re
 
 from sources import PRODUCT, SUFFIXES, matches
 
-# Who may include whom outside the product; the product's own arrows are the qel_layer rows of CMakeLists.txt.
-SUPPORT_USES = {
-    "platform": set(),
-    "softcard": set(),
-    "host": {"platform", "softcard"},  # the soft readers' state
-    "bundle": set(),
-}
 APPLE_HEADERS = ("Foundation/", "CoreFoundation/", "CryptoTokenKit/", "Security/", "os/")
 
 # The only handlers of the product. A handler elsewhere would swallow what must reach the boundary.
 CPP_HANDLERS = {
-    "pkcs11/CatchTokenException.cc": 1,
+    "pkcs11/QELTokenException.cc": 1,
     "log/LogProvider.cc": 1,    # a logger that cannot be made is a failed creation
+    "log/LogClient.cc": 1,      # whatever a provider throws fails no caller
     "log/QELLoggerImpl.cc": 1,  # a message that cannot be converted is lost
 }
 OBJC_HANDLERS = {
+    "settings/SystemLog.m": 1,  # GNUstep's NSLog raises for a user without a name
     "token/NSExceptionSeam.m": 1,
 }
 
 
-def layer_rows(tree):
-    """{layer: (layers it uses, may it see Apple's headers)} from the rows in CMakeLists.txt."""
-    rows = {}
-    for _, row in matches(r"(?m)^qel_layer\((\w+)\s*([^)]*)\)", tree.text("CMakeLists.txt")):
-        words = row.group(2).split()
-        uses = set()
-        if "USES" in words:
-            for word in words[words.index("USES") + 1:]:
-                if word in ("APPLE", "LINK"):
-                    break
-                uses.add(word)
-        rows[row.group(1)] = (uses, "APPLE" in words)
-    return rows
+def rows_of(tree, function):
+    """{folder: words of its row} from the calls of `function` in CMakeLists.txt."""
+    calls = matches(rf"(?m)^\s*{function}\(([\w/]+)\s*([^)]*)\)", tree.text("CMakeLists.txt"))
+    return {row.group(1): row.group(2).split() for _, row in calls}
+
+
+def used_by(words):
+    """What stands behind USES in a row."""
+    uses = set()
+    for word in words[words.index("USES") + 1:] if "USES" in words else ():
+        if word in ("APPLE", "LINK", "EXCEPT"):
+            break
+        uses.add(word)
+    return uses
+
+
+def folder_of(path, rooms):
+    """The room or the top folder of a file."""
+    parts = path.split("/")
+    room = "/".join(parts[:2])
+    return room if len(parts) > 2 and room in rooms else parts[0]
 
 
 def include_arrows(tree):
-    rows = layer_rows(tree)
-    if not rows:
+    layers, rooms = rows_of(tree, "qel_layer"), rows_of(tree, "qel_room")
+    if not layers:
         yield "CMakeLists.txt:1: no qel_layer rows found"
-    allowed = {layer: uses for layer, (uses, _) in rows.items()} | SUPPORT_USES
-    folders = set(allowed) | {"tests", "bench", "fuzz"}
-    for name in tree.sources(*allowed):
-        folder = name.split("/")[0]
+    houses = {room.split("/")[0] for room in rooms}
+    allowed = {folder: used_by(words) for folder, words in {**layers, **rooms}.items()}
+    # A house's own files are its programs' entries, which may use all of its rooms.
+    allowed |= {house: {room for room in rooms if room.startswith(house + "/")} for house in houses}
+    allowed |= {room: used_by(words) for room, words in rooms.items() if "/" not in room}
+    allowed |= {"platform": set(), "bundle": {"report"}}
+    folders = set(layers) | houses | {"platform", "bundle", "tests", "bench", "fuzz"}
+    for name in tree.sources(*folders - {"tests", "bench", "fuzz"}):
+        top, folder = name.split("/")[0], folder_of(name, rooms)
+        if top in houses and "/" in name.split("/", 1)[1] and folder == top:
+            yield f"{name}:1: {name.rsplit('/', 1)[0]}/ has no qel_room row in CMakeLists.txt"
         for line, found in matches(r'(?m)^\s*#\s*(?:include|import)\s*([<"])([^>"\n]+)[>"]', tree.text(name)):
             quoted, target = found.group(1) == '"', found.group(2)
-            first = target.split("/")[0]
+            first, other = target.split("/")[0], folder_of(target, rooms)
             if quoted and first not in folders:
-                if folder in rows:
+                if top in layers:
                     yield f'{name}:{line}: "{target}" does not start at the repository root'
-            elif first in folders and first != folder and first not in allowed[folder]:
-                yield f"{name}:{line}: {folder}/ includes {first}/; CMakeLists.txt declares no such arrow"
-            elif folder in rows and not rows[folder][1] and target.startswith(APPLE_HEADERS):
+            elif first in folders and other != folder and other not in allowed[folder]:
+                yield f"{name}:{line}: {folder}/ includes {other}/; CMakeLists.txt declares no such arrow"
+            elif folder in layers and "APPLE" not in layers[folder] and target.startswith(APPLE_HEADERS):
                 yield f"{name}:{line}: {folder}/ includes {target}; its row in CMakeLists.txt lacks APPLE"
             if target.endswith("pkcs11.h") and folder in PRODUCT and name != "pkcs11/Cryptoki.h":
                 yield f"{name}:{line}: PKCS#11 types enter through pkcs11/Cryptoki.h only"
@@ -101,7 +111,7 @@ def imports_tell_the_language(tree):
 
 
 # Interfaces that one file only may call: macOS 12 deprecates the ASN.1 coder, so its replacement must stay one edit.
-CONFINED = {r"\bSecAsn1\w+": "token/EcdsaSignature.mm"}
+CONFINED = {r"\bSecAsn1\w+": "token/SignatureForms.mm"}
 
 
 def confined_interfaces(tree):

@@ -23,9 +23,15 @@ def _run(command, directory=None):
     return subprocess.run(command, cwd=directory, capture_output=True, text=True, timeout=300)
 
 
+def progress(done, of):
+    """Called when another of a check's files is done; whoever waits for the check may replace it."""
+
+
 def _each(job, items):
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        return list(pool.map(job, items))
+        for done, result in enumerate(pool.map(job, items), 1):
+            progress(done, len(items))
+            yield result
 
 
 def formatting(tree):

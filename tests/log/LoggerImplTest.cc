@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <locale>
+#include <type_traits>
 
 #include "tests/log/RecordingSink.h"
 #include "tests/support/FakeClock.h"
@@ -147,6 +148,33 @@ TEST_F(Prefix, HasNoDigitGroupingWhateverTheGlobalLocale) {
   const std::string prefix = m_sink.MakePrefix(LogLevel::Debug, true, true, true);
   std::locale::global(previous);
   EXPECT_EQ(prefix, "2024-03-05 07:08:09,045 " + m_process + "Debug: ");
+}
+
+TEST_F(Prefix, PadsEveryNumberOfTheTime) {
+  const ScopedTimeZone zone("UTC0");
+  const FakeClock clock(-61000000001, 1000);
+  EXPECT_EQ(m_sink.MakePrefix(LogLevel::Info, true, false, false), "0036-12-26 11:33:19,001 ");
+}
+
+TEST_F(Prefix, ReadsTheClockOnceAndOnlyForTheTime) {
+  m_sink.MakePrefix(LogLevel::Info, false, true, true);
+  EXPECT_EQ(m_clock.Reads(), 0);
+  m_sink.MakePrefix(LogLevel::Info, true, true, true);
+  EXPECT_EQ(m_clock.Reads(), 1);
+}
+
+/// Whether an object of `Class` can be made or overwritten from another one.
+template <typename Class>
+constexpr bool kCopied = std::is_copy_constructible_v<Class> || std::is_copy_assignable_v<Class>;
+
+TEST(Logging, HasNoClassThatIsCopied) {
+  EXPECT_FALSE(kCopied<RecordingSink>) << "a sink";
+  EXPECT_FALSE(kCopied<LoggerImpl::FuncScope>);
+  EXPECT_FALSE(kCopied<LoggerImpl::FuncScopeDefault>);
+  EXPECT_FALSE(kCopied<QELLog::Logger>);
+  EXPECT_FALSE(kCopied<QELLog::LogStream>);
+  EXPECT_TRUE(std::is_move_constructible_v<QELLog::LogStream>) << "handed on by those who make it";
+  EXPECT_FALSE(std::is_move_assignable_v<QELLog::LogStream>) << "the message of the target would be lost";
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "pkcs11/CatchTokenException.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
+#include "pkcs11/QELTokenException.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Failure.h"
 #include "tests/support/card/ScriptedCard.h"

@@ -1,5 +1,6 @@
-#include "pkcs11/CatchTokenException.h"
+#include "pkcs11/QELTokenException.h"
 
+#include <new>
 #include <stdexcept>
 
 #include "tests/support/Failure.h"
@@ -18,4 +19,5 @@ TEST(CatchTokenExceptionTest, ReturnsWhatEndedTheBody) {
 TEST(CatchTokenExceptionTest, EverythingElsePassesThrough) {
   EXPECT_THROW(CatchTokenException([] { throw std::runtime_error("other"); }), std::runtime_error);
   EXPECT_THROW(CatchTokenException([] { throw 42; }), int);
+  EXPECT_THROW(CatchTokenException([] { throw std::bad_alloc(); }), std::bad_alloc);
 }

@@ -2,7 +2,9 @@
 
 #include <dlfcn.h>
 
-#include "pkcs11/CatchTokenException.h"
+#include <type_traits>
+
+#include "pkcs11/QELTokenException.h"
 #include "tests/support/CapturedLog.h"
 #include "tests/support/Failure.h"
 #include "tests/support/LoaderRedirect.h"
@@ -67,6 +69,17 @@ TEST_F(DynamicLibraryTest, AReasonInOtherLettersStaysReadable) {
   FailureOf("/nonexistent/M\xC3\xB6we.so");
   ASSERT_EQ(m_log.Errors().size(), 1u);
   EXPECT_EQ(m_log.Errors().front().find("dlopen error = /nonexistent/M\xC3\xB6we.so: "), 0u);
+}
+
+TEST_F(DynamicLibraryTest, AReasonThatIsNotUtf8IsNotLost) {
+  FailureOf("/nonexistent/M\xF6we.so");
+  ASSERT_EQ(m_log.Errors().size(), 1u);
+  EXPECT_EQ(m_log.Errors().front().find("dlopen error = /nonexistent/M\xF6we.so: cannot open"), 0u);
+}
+
+TEST_F(DynamicLibraryTest, IsNotCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<DynamicLibrary>);
+  EXPECT_FALSE(std::is_copy_assignable_v<DynamicLibrary>);
 }
 
 TEST_F(DynamicLibraryTest, WithoutAReasonTheLogSaysSo) {

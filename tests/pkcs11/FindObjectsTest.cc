@@ -1,5 +1,6 @@
 #include "pkcs11/FindObjects.h"
 
+#include <algorithm>
 #include <numeric>
 
 #include "tests/pkcs11/CardTest.h"
@@ -23,6 +24,35 @@ Objects Numbered(size_t count) {
   std::iota(handles.begin(), handles.end(), 1);
   return handles;
 }
+
+/// Answers every request of a search with a full batch: a search without an end.
+class EndlessCard : public Card {
+ public:
+  CK_ULONG batch = 32;
+
+ protected:
+  CK_RV Answer(Call& call) override {
+    if (std::string(call.name) == "C_FindObjects") *call.outputLength = batch;
+    return CKR_OK;
+  }
+};
+
+/// Holds so many objects and answers with full batches as long as it can.
+class CountingCard : public Card {
+ public:
+  explicit CountingCard(CK_ULONG objects) : m_left(objects) {}
+
+ protected:
+  CK_RV Answer(Call& call) override {
+    if (std::string(call.name) != "C_FindObjects") return CKR_OK;
+    *call.outputLength = std::min<CK_ULONG>(m_left, call.capacity);
+    m_left -= *call.outputLength;
+    return CKR_OK;
+  }
+
+ private:
+  CK_ULONG m_left;
+};
 
 /// A batch that claims `found` handles and fills only what fits.
 Fill Claims(CK_ULONG found) {
@@ -78,9 +108,43 @@ TEST_F(FindObjectsTest, PassesTheTemplateOnAndAsksForBatchesOf32) {
 
 TEST_F(FindObjectsTest, ByIdSearchesForTheClassAndTheIdInThisOrder) {
   std::vector<TemplateRow> rows;
-  ScriptedCard card(Search({9, 4}, &rows));
-  EXPECT_EQ(PKCS11::FindObjectsByID(kSession, CKO_PUBLIC_KEY, {0x12, 0x00}), (Objects{9, 4}));
+  ScriptedCard card(TestCard::Search({9, 4}, &rows));
+  const ByteString id = {0x12, 0x00};
+  EXPECT_EQ(PKCS11::FindFirstByID(kSession, CKO_PUBLIC_KEY, id.data(), id.size()), 9u);
   EXPECT_EQ(rows, (std::vector<TemplateRow>{{CKA_CLASS, Ulong(CKO_PUBLIC_KEY)}, {CKA_ID, {0x12, 0x00}}}));
+}
+
+TEST_F(FindObjectsTest, ByIdTheFirstOfAllBatchesIsTakenAndTheSearchRunToItsEnd) {
+  ScriptedCard card({{"C_FindObjectsInit"},
+                     {"C_FindObjects", CKR_OK, Handles({9})},
+                     {"C_FindObjects", CKR_OK, Handles({4, 5})},
+                     {"C_FindObjects", CKR_OK, Handles({})},
+                     {"C_FindObjectsFinal"}});
+  const CK_BYTE id = 0x12;
+  EXPECT_EQ(PKCS11::FindFirstByID(kSession, CKO_PRIVATE_KEY, &id, 1), 9u);
+}
+
+TEST_F(FindObjectsTest, ByAnEmptyIdHasAByteToPointTo) {
+  const auto check = [](Call& call) {
+    ASSERT_EQ(call.attributeCount, 2u);
+    EXPECT_EQ(call.attributes[1].type, CK_ATTRIBUTE_TYPE{CKA_ID});
+    EXPECT_NE(call.attributes[1].pValue, nullptr);
+    EXPECT_EQ(call.attributes[1].ulValueLen, 0u);
+  };
+  ScriptedCard card(
+      {{"C_FindObjectsInit", CKR_OK, check}, {"C_FindObjects", CKR_OK, Handles({})}, {"C_FindObjectsFinal"}});
+  EXPECT_EQ(PKCS11::FindFirstByID(kSession, CKO_PRIVATE_KEY, nullptr, 0), std::nullopt);
+}
+
+TEST_F(FindObjectsTest, ASearchThatFindsExactlyTheMostObjectsIsNoEndlessOne) {
+  CountingCard card(1'000'000);
+  EXPECT_EQ(Find().size(), 1'000'000u);
+  EXPECT_EQ(m_log.Lines(), LogLines{});
+}
+
+TEST_F(FindObjectsTest, ASearchThatFindsOneMoreBreaksOff) {
+  CountingCard card(1'000'001);
+  EXPECT_TRUE(IsFailure(FailureOfFind(), -6, "Error while searching for objects on the card"));
 }
 
 TEST_F(FindObjectsTest, ASearchThatCannotStartIsNotEnded) {
@@ -121,4 +185,12 @@ TEST_F(FindObjectsTest, MoreHandlesThanAskedForBreakTheSearchOff) {
     EXPECT_TRUE(IsFailure(FailureOfFind(), -6, "Error while searching for objects on the card"));
   }
   EXPECT_EQ(m_log.Errors().front(), "C_FindObjects() answers with 33 objects, asked for at most 32");
+}
+
+TEST_F(FindObjectsTest, ASearchWithoutAnEndBreaksOffAtAMillionObjectsAndIsEnded) {
+  EndlessCard card;
+  EXPECT_TRUE(IsFailure(FailureOfFind(), -6, "Error while searching for objects on the card"));
+  EXPECT_EQ(card.Count("C_FindObjects"), 1'000'000 / 32 + 1);
+  EXPECT_EQ(card.Calls().back(), "C_FindObjectsFinal session=42");
+  EXPECT_EQ(m_log.Lines(), (LogLines{{kError, "C_FindObjects() finds more than 1000000 objects"}}));
 }

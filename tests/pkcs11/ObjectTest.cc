@@ -1,5 +1,6 @@
 #include "pkcs11/Object.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 
@@ -128,6 +129,12 @@ TEST_P(EveryBytesReader, ALengthThatTheLibraryDoesNotKnowIsAFailure) {
     EXPECT_TRUE(IsFailure(CatchTokenException([&] { Read(); }), -6, kCannotRead));
   }
   EXPECT_EQ(m_log.Errors().size(), 2u);
+}
+
+TEST_P(EveryBytesReader, TheLargestLengthOfAllIsRead) {
+  ScriptedCard card({{"C_GetAttributeValue", CKR_OK, Length(kLargestAnswer)},
+                     {"C_GetAttributeValue", CKR_OK, Length(kLargestAnswer)}});
+  EXPECT_EQ(Read().size(), kLargestAnswer);
 }
 
 class ObjectTest : public CardTest {};

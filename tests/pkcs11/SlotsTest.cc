@@ -36,6 +36,16 @@ TEST_F(SlotListTest, ACountThatNoLibraryMeansIsAFailure) {
   EXPECT_EQ(m_log.Lines(), (LogLines{{kError, "C_GetSlotList() reports no usable number of slots"}}));
 }
 
+TEST_F(SlotListTest, TheLargestCountOfAllIsReadAndOneMoreIsNot) {
+  constexpr CK_ULONG kMost = 64UL * 1024 * 1024 / sizeof(CK_SLOT_ID);
+  {
+    ScriptedCard card({{"C_GetSlotList", CKR_OK, SlotCount(kMost)}, {"C_GetSlotList", CKR_OK, SlotCount(kMost)}});
+    EXPECT_EQ(PKCS11::SlotList().size(), kMost);
+  }
+  ScriptedCard card({{"C_GetSlotList", CKR_OK, SlotCount(kMost + 1)}});
+  EXPECT_TRUE(IsFailure(Failure(), -4, "Getting slot list failed"));
+}
+
 TEST_F(SlotListTest, ARefusedCountIsLoggedAndThrown) {
   ScriptedCard card({{"C_GetSlotList", CKR_GENERAL_ERROR}});
   EXPECT_TRUE(IsFailure(Failure(), -4, "Getting slot list failed"));

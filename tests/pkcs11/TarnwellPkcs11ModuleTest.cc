@@ -1,5 +1,7 @@
 #include "pkcs11/TarnwellPkcs11Module.h"
 
+#include <type_traits>
+
 #include "tests/pkcs11/CardTest.h"
 #include "tests/support/LoaderRedirect.h"
 #include "tests/support/SystemLogLines.h"
@@ -61,6 +63,24 @@ TEST_F(TarnwellPkcs11ModuleTest, PutsItsFunctionListInForceWhileItLives) {
     EXPECT_EQ(PKCS11::Functions(), FunctionList());
   }
   EXPECT_EQ(PKCS11::Functions(), nullptr);
+}
+
+TEST_F(TarnwellPkcs11ModuleTest, PutsThePreviousFunctionListBackBehindItself) {
+  ScriptedCard card({{"C_Initialize"}, {"C_Finalize"}, {"C_Initialize", CKR_HOST_MEMORY}});
+  CK_FUNCTION_LIST before{};
+  const PKCS11::ScopedFunctionList inForce(&before);
+  {
+    const TarnwellPkcs11Module module;
+    EXPECT_EQ(PKCS11::Functions(), FunctionList());
+  }
+  EXPECT_EQ(PKCS11::Functions(), &before);
+  EXPECT_TRUE(CatchTokenException([] { TarnwellPkcs11Module(); }));
+  EXPECT_EQ(PKCS11::Functions(), &before) << "nor does a refused library change it";
+}
+
+TEST_F(TarnwellPkcs11ModuleTest, IsNotCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<TarnwellPkcs11Module>);
+  EXPECT_FALSE(std::is_copy_assignable_v<TarnwellPkcs11Module>);
 }
 
 TEST_F(TarnwellPkcs11ModuleTest, OffersTheVendorsFunction) {

@@ -159,6 +159,24 @@ TEST_F(NSExtensionMain, AKeyExchangeHasItsParameters) {
   EXPECT_EQ(*m_client.PerformKeyExchange(session, "1201", ecdh, {4, 5}, 0, std::nullopt), (Bytes{4, 5, 0}));
 }
 
+TEST_F(NSExtensionMain, AResultThatIsTooLongIsRefusedAndTheLoginStays) {
+  const int64_t session = Session();
+  m_client.FinishAuth(m_client.BeginAuth(session, Operation::SignData, "PINAlways")->id, Attachment("1234", 4));
+  const Bytes longest(Wire::MaximumPartLength);  // the secret is a byte longer
+  const auto secret = m_client.PerformKeyExchange(session, "1201", {"algid:keyexchange:ECDH"}, longest, 32, {});
+  EXPECT_EQ(Outcome(secret), "Wire 0");
+  EXPECT_EQ(secret.error->description, "the answer is too long: attachment of 16777217 bytes, allowed are 16777216");
+  EXPECT_TRUE(m_client.SignData(session, "1201", kRaw, {1, 2, 3}));
+}
+
+TEST_F(NSExtensionMain, ATokenThatIsTooLongToBeToldOfIsEnded) {
+  EXPECT_EQ(Outcome(m_client.CreateToken("endless card")), "Wire 0");
+  EXPECT_TRUE(m_client.Hello());
+  kill(m_process.pid(), SIGKILL);
+  m_process.End();
+  EXPECT_EQ(m_process.errors(), "token was terminated\ntoken was freed\n");
+}
+
 TEST_F(NSExtensionMain, WhatTheSessionLacksIsNotImplemented) {
   EXPECT_EQ(Outcome(m_client.DecryptData(Session(), "1201", {"algid:encrypt:RSA:PKCS1"}, {1})), "CryptoTokenKit -1");
 }

@@ -42,6 +42,26 @@ TEST_F(SecCertificateTest, DataComesBackAsItWentIn) {
       der);
 }
 
+TEST_F(SecCertificateTest, TellsTheDatesOfItsValidity) {
+  NSDate *before = [NSDate date];
+  SecCertificateRef certificate = Make(m_maker.Certificate({{"CN", "Ada"}}));  // valid from now, for an hour
+  NSArray *keys = @[ (NSString *)kSecOIDX509V1ValidityNotBefore, (NSString *)kSecOIDX509V1ValidityNotAfter ];
+  NSDictionary *values = [(NSDictionary *)SecCertificateCopyValues(certificate, (CFArrayRef)keys, NULL) autorelease];
+  CFRelease(certificate);
+  const auto seconds = [&](NSString *key) {
+    return [[[values objectForKey:key] objectForKey:(NSString *)kSecPropertyKeyValue] doubleValue];
+  };
+  EXPECT_NEAR(seconds([keys objectAtIndex:0]), [before timeIntervalSinceReferenceDate], 60);
+  EXPECT_EQ(seconds([keys objectAtIndex:1]) - seconds([keys objectAtIndex:0]), 3600);
+}
+
+TEST_F(SecCertificateTest, ItsOtherValuesAreNotModelled) {
+  SecCertificateRef certificate = Make(m_maker.Certificate({{"CN", "Ada"}}));
+  NSArray *keys = @[ @"2.5.4.3" ];
+  EXPECT_EQ(NameRaisedBy([&] { SecCertificateCopyValues(certificate, (CFArrayRef)keys, NULL); }), kNotModelled);
+  CFRelease(certificate);
+}
+
 TEST_F(SecCertificateTest, WhatDoesNotParseIsRefused) {
   const Bytes der = m_maker.Certificate({{"CN", "Ada"}});
   Bytes trailing = der;

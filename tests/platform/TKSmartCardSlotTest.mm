@@ -12,9 +12,12 @@ TEST(TKSmartCardSlot, HasItsName) {
   EXPECT_STREQ([[[TKSmartCardSlot slotWithName:@"Reader 00 00"] name] UTF8String], "Reader 00 00");
 }
 
+TEST(TKSmartCardSlot, OfNoReaderManagerIsMissing) {
+  EXPECT_EQ([[TKSmartCardSlot slotWithName:@"Reader"] state], TKSmartCardSlotStateMissing);
+}
+
 TEST(TKSmartCardSlot, WhatTalksToTheCardIsNotModelled) {
   TKSmartCardSlot *slot = [TKSmartCardSlot slotWithName:@"Reader"];
-  EXPECT_EQ(NameRaisedBy([&] { [slot state]; }), kNotModelled);
   EXPECT_EQ(NameRaisedBy([&] { [slot ATR]; }), kNotModelled);
   EXPECT_EQ(NameRaisedBy([&] { [slot maxInputLength]; }), kNotModelled);
   EXPECT_EQ(NameRaisedBy([&] { [slot maxOutputLength]; }), kNotModelled);

@@ -49,6 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, KeyOfCertificate,
     ::testing::Values(Row{"RSA2048", [] { return CertificateMaker::RSA(2048); }, kSecAttrKeyTypeRSA, 2048},
                       Row{"RSA3072", [] { return CertificateMaker::RSA(3072); }, kSecAttrKeyTypeRSA, 3072},
+                      Row{"P192", [] { return CertificateMaker::EC("P-192"); }, kSecAttrKeyTypeECSECPrimeRandom, 192},
                       Row{"P256", [] { return CertificateMaker::EC("P-256"); }, kSecAttrKeyTypeECSECPrimeRandom, 256},
                       Row{"P384", [] { return CertificateMaker::EC("P-384"); }, kSecAttrKeyTypeECSECPrimeRandom, 384},
                       Row{"P521", [] { return CertificateMaker::EC("P-521"); }, kSecAttrKeyTypeECSECPrimeRandom, 521}),
@@ -83,7 +84,8 @@ TEST(TKTokenKeychainKey, CapabilitiesStartAsNo) {
 
 TEST(TKTokenKeychainKey, OtherKindsOfKeysGiveNil) {
   const LiveObjects items([TKTokenKeychainKey class]);
-  for (const CertificateMaker &maker : {CertificateMaker::Ed25519(), CertificateMaker::EC("sect233r1")}) {
+  for (const CertificateMaker &maker : {CertificateMaker::Ed25519(), CertificateMaker::EC("sect233r1"),
+                                        CertificateMaker::EC("secp256k1"), CertificateMaker::EC("brainpoolP256r1")}) {
     const CertificateReference certificate(maker.Certificate({{"CN", "Ada"}}));
     ASSERT_TRUE(certificate.get() != NULL);
     EXPECT_TRUE([[TKTokenKeychainKey alloc] initWithCertificate:certificate.get() objectID:@"id"] == nil);

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <string>
 #include <thread>
 
 #include "platform/wire/Hex.h"
@@ -123,11 +127,11 @@ TEST_F(WireMessage, AnEmptyHeaderIsGarbage) {
 }
 
 TEST_F(WireMessage, AHeaderOverTheLimitIsRefusedUnread) {
-  EXPECT_EQ(KindOfFailure({0x01, 0, 0, 0x01, 0, 0, 0, 0}), Kind::TooLong);
+  EXPECT_EQ(KindOfFailure({0x01, 0, 0, 0x01, 0, 0, 0, 0}), Kind::Garbage);
 }
 
 TEST_F(WireMessage, AnAttachmentOverTheLimitIsRefusedUnread) {
-  EXPECT_EQ(KindOfFailure({2, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}), Kind::TooLong);
+  EXPECT_EQ(KindOfFailure({2, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}), Kind::Garbage);
 }
 
 TEST_F(WireMessage, AnAttachmentOverTheLimitIsNotSent) {
@@ -143,11 +147,113 @@ TEST_F(WireMessage, AnAttachmentOverTheLimitIsNotSent) {
 
 TEST_F(WireMessage, SilenceTimesOut) {
   try {
-    Wire::Receive(Theirs(), 10ms);
+    Wire::Receive(Theirs(), {std::chrono::steady_clock::now() + 10ms});
     FAIL() << "nothing was thrown";
   } catch (const Wire::ProtocolError& problem) {
     EXPECT_EQ(problem.kind(), Kind::TimedOut);
   }
+}
+
+/// Why `wait` gave up, and that it did so in time.
+template <class Wait>
+Kind KindOfGivingUp(Wait wait) {
+  const auto start = std::chrono::steady_clock::now();
+  try {
+    wait();
+  } catch (const Wire::ProtocolError& problem) {
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+    return problem.kind();
+  }
+  ADD_FAILURE() << "nothing was thrown";
+  return Kind::System;
+}
+
+Wire::Patience For(std::chrono::milliseconds time) {
+  return {std::chrono::steady_clock::now() + time};
+}
+
+TEST_F(WireMessage, ThatComesByteByByteIsNotWaitedForLonger) {
+  std::atomic<bool> ends{false};
+  std::thread drip([&] {
+    for (const char byte : std::string("\x64\0\0\0\0\0\0\0", 8) + std::string(100, ' ')) {
+      if (ends || write(Ours(), &byte, 1) != 1) return;
+      std::this_thread::sleep_for(100ms);
+    }
+  });
+  EXPECT_EQ(KindOfGivingUp([&] { Wire::Receive(Theirs(), For(300ms)); }), Kind::TimedOut);
+  ends = true;
+  drip.join();
+}
+
+TEST_F(WireMessage, ThatNobodyReadsIsNotSentForEver) {
+  const Wire::Message large = {nlohmann::json::object(), Wire::Attachment(Wire::MaximumPartLength)};
+  EXPECT_EQ(KindOfGivingUp([&] { Wire::Send(Ours(), large, For(200ms)); }), Kind::TimedOut);
+}
+
+TEST_F(WireMessage, IsNotWaitedForWhenWhoeverWaitsIsToldToStop) {
+  int stop[2];
+  ASSERT_EQ(pipe(stop), 0);
+  ASSERT_EQ(write(stop[1], "", 1), 1);
+  Wire::Patience patience;
+  patience.stop = stop[0];
+  EXPECT_EQ(KindOfGivingUp([&] { Wire::Receive(Theirs(), patience); }), Kind::Stopped);
+  Wire::Send(Ours(), {});
+  EXPECT_TRUE(Wire::Receive(Theirs(), patience)) << "what is there costs no wait";
+  close(stop[0]);
+  close(stop[1]);
+}
+
+TEST_F(WireMessage, IsNotWaitedForWhenTheOtherSidesProcessHasEndedAndSomebodyKeepsItsSocket) {
+  const pid_t other = fork();
+  if (other == 0) _exit(0);
+  Wire::Patience patience;
+  patience.process = static_cast<int>(syscall(SYS_pidfd_open, other, 0));
+  Wire::Send(Ours(), {{{"last", "word"}}, {}});
+  EXPECT_EQ(Wire::Receive(Theirs(), patience)->header.at("last"), "word");
+  EXPECT_FALSE(Wire::Receive(Theirs(), patience));
+  close(patience.process);
+  waitpid(other, nullptr, 0);
+}
+
+/// A frame with `header` alone.
+Bytes Frame(const std::string& header) {
+  Bytes frame(8);
+  for (int i = 0; i < 4; ++i) frame[static_cast<size_t>(i)] = static_cast<uint8_t>(header.size() >> (8 * i));
+  frame.insert(frame.end(), header.begin(), header.end());
+  return frame;
+}
+
+std::string Nested(size_t depth) {
+  return R"({"a":)" + std::string(depth - 1, '[') + std::string(depth - 1, ']') + "}";
+}
+
+TEST_F(WireMessage, ThatIsNestedDeepIsGarbage) {
+  EXPECT_EQ(KindOfFailure(Frame(Nested(100000))), Kind::Garbage);
+}
+
+TEST_F(WireMessage, MayBeNestedAsDeepAsAllowedAndNoDeeper) {
+  const Bytes allowed = Frame(Nested(Wire::MaximumDepth));
+  ASSERT_EQ(write(Ours(), allowed.data(), allowed.size()), static_cast<ssize_t>(allowed.size()));
+  EXPECT_TRUE(Wire::Receive(Theirs()));
+  EXPECT_EQ(KindOfFailure(Frame(Nested(Wire::MaximumDepth + 1))), Kind::Garbage);
+}
+
+TEST_F(WireMessage, OfCountlessValuesIsGarbage) {
+  std::string header = R"({"a":[)";
+  for (size_t i = 0; i < Wire::MaximumValues; ++i) header += "0,";
+  header += "0]}";
+  Kind kind = Kind::System;
+  std::thread receiver([&] { kind = KindOfGivingUp([&] { Wire::Receive(Theirs()); }); });
+  const Bytes frame = Frame(header);
+  EXPECT_EQ(write(Ours(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
+  receiver.join();
+  EXPECT_EQ(kind, Kind::Garbage);
+}
+
+TEST(WireFits, TellsWhatSendWouldRefuse) {
+  EXPECT_TRUE(Wire::Fits({{}, Wire::Attachment(Wire::MaximumPartLength)}));
+  EXPECT_FALSE(Wire::Fits({{}, Wire::Attachment(Wire::MaximumPartLength + 1)}));
+  EXPECT_FALSE(Wire::Fits({{{"label", std::string(Wire::MaximumPartLength, 'a')}}, {}}));
 }
 
 TEST_F(WireMessage, SendingToAClosedEndSaysSo) {

@@ -5,8 +5,11 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include <QELBuildConstants.h>
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -48,15 +51,26 @@ class Settings : public ::testing::Test {
                                  {"NSS_WRAPPER_PASSWD", users},
                                  {"NSS_WRAPPER_GROUP", groups},
                                  {"NSS_WRAPPER_DISABLE_DEEPBIND", "1"},
+                                 {"LSAN_OPTIONS", "print_suppressions=0"},  // what Foundation leaks is no line of a log
                                  {"QEL_TEST_MACHINE_FILE", m_machineFile},
                                  {"HOME", m_environmentHome}};
     const ChildResult child = RunChild(SETTINGS_PROBE, questions, environment);
     EXPECT_EQ(child.exitStatus, 0) << child.errors;
     m_systemLog = child.errors;
+    ExpectNothingBesideTheSystemLog(child.errors);
     return child.output;
   }
 
-  bool SystemLogHas(const std::string& text) const { return m_systemLog.find(text) != std::string::npos; }
+  /// Without a callback iniparser says the same on standard error.
+  static void ExpectNothingBesideTheSystemLog(const std::string& errors) {
+    std::istringstream lines(errors);
+    for (std::string line; std::getline(lines, line);) EXPECT_EQ(line.rfind("system log, ", 0), 0u) << line;
+  }
+
+  /// Whether a message of NSLog's begins with `text`.
+  bool SystemLogHas(const std::string& text) const {
+    return ("\n" + m_systemLog).find("\nsystem log, NSLog: " + text) != std::string::npos;
+  }
 
   TemporaryDirectory m_folder;
   fs::path m_home = m_folder.Path() / "home";
@@ -130,6 +144,14 @@ TEST_F(Settings, AUserWhomThePasswordDatabaseDoesNotKnowHasNoFile) {
   MachineFile("[Global]\nLogFile = /machine.log\n");
   m_user = getuid() + 1;
   EXPECT_EQ(Ask({"load", "loaded", "logging", "logPath"}), "yes\noff\n/machine.log\n");
+}
+
+TEST_F(Settings, AUserWhomThePasswordDatabaseDoesNotKnowIsToldOfAMissingMachineFile) {
+  m_user = getuid() + 1;
+  EXPECT_EQ(Ask({"load", "loaded", "logging"}), "yes\noff\n");
+  EXPECT_EQ(m_systemLog, "system log, error: iniparser: cannot open " QEL_LIBRARY_DIR "/Preferences/" QEL_VENDOR_ID
+                         ".Tarnwell.ini|\n")
+      << "NSLog cannot write a line for such a user";
 }
 
 struct LevelCase {

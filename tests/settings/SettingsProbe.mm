@@ -1,10 +1,11 @@
 // Answers, a line each, what its arguments ask of the settings of a fresh process. The machine-wide file is redirected
-// to the path in QEL_TEST_MACHINE_FILE.
+// to the path in QEL_TEST_MACHINE_FILE. What went to the system log stands on standard error, marked as such.
 
 #import <Foundation/Foundation.h>
 #include <QELBuildConstants.h>
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "settings/QELSettings.h"
+#include "tests/support/SystemLogLines.h"
 
 namespace {
 
@@ -91,9 +93,14 @@ void Answer(const std::string &question, char **&argument) {
 
 int main(int, char **argv) {
   @autoreleasepool {
+    const SystemLog::Captured systemLog;
     for (char **argument = argv + 1; *argument;) {
       const std::string question = *argument++;
       Answer(question, argument);
+    }
+    for (std::string line : SystemLogLines(systemLog)) {
+      std::replace(line.begin(), line.end(), '\n', '|');
+      fprintf(stderr, "system log, %s\n", line.c_str());
     }
   }
   return 0;

@@ -1,9 +1,9 @@
-#include "softcard/DeriveKey.h"
+#include "softcard/library/DeriveKey.h"
 
 #include <openssl/ec.h>
 #include <openssl/sha.h>
 
-#include "softcard/KeyObjects.h"
+#include "softcard/program/KeyObjects.h"
 #include "tests/softcard/SoftCardFixture.h"
 
 using namespace SoftCard;

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "softcard/Functions.h"
+#include "softcard/library/Functions.h"
 #include "tests/softcard/SoftCardFixture.h"
 
 using namespace SoftCard;

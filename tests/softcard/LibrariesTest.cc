@@ -1,8 +1,9 @@
 // Where the libraries that cards are made over answer differently through the soft card. docs/cards.md has the table.
 
+#include <openssl/crypto.h>
 #include <openssl/ec.h>
 
-#include "softcard/Pem.h"
+#include "softcard/program/Pem.h"
 #include "tests/softcard/SoftCardFixture.h"
 
 using namespace SoftCard;
@@ -64,7 +65,9 @@ TEST_P(EitherLibrary, DecryptsAWronglyPaddedBlockToNothingOrToRandomBytes) {
   unsigned char plain[256];
   CK_ULONG length = sizeof plain;
   ASSERT_CKR(CKR_OK, Library()->C_DecryptInit(session, &mechanism, Find(session, CKO_PRIVATE_KEY)));
-  EXPECT_CKR(Either(CKR_GENERAL_ERROR, CKR_OK), Library()->C_Decrypt(session, block, sizeof block, plain, &length));
+  // Beneath SoftHSM2 is OpenSSL, which answers with random bytes itself since version 3.2.
+  const CK_RV overOpenSSL = OpenSSL_version_num() < 0x30200000UL ? CKR_GENERAL_ERROR : CKR_OK;
+  EXPECT_CKR(Either(overOpenSSL, CK_RV{CKR_OK}), Library()->C_Decrypt(session, block, sizeof block, plain, &length));
 }
 
 TEST_P(EitherLibrary, DerivesNothingWithoutALength) {

@@ -1,7 +1,9 @@
 #include <future>
+#include <set>
 #include <thread>
 
-#include "softcard/PinPad.h"
+#include "softcard/state/PinPad.h"
+#include "softcard/state/Tries.h"
 #include "tests/softcard/SoftCardFixture.h"
 
 using namespace SoftCard;
@@ -103,7 +105,7 @@ class SoftCardPinPad : public SoftCardFixture {
   }
   CK_RV LoginAnsweredBy(const std::optional<std::string>& pin) {
     auto login = StartLogin();
-    EXPECT_TRUE(AnswerPinPad(m_directory, "pad", pin, kPatience));
+    EXPECT_TRUE(AnswerPinPad(m_directory, "pad", pin ? &*pin : nullptr, kPatience));
     return login.get();
   }
   CK_SESSION_HANDLE m_session = CK_INVALID_HANDLE;
@@ -140,16 +142,35 @@ TEST_F(SoftCardPinPad, ALockedOrLoggedInCardDoesNotAsk) {
 
 TEST_F(SoftCardPinPad, TakingTheCardOutEndsTheWaiting) {
   auto login = StartLogin();
-  while (!std::filesystem::exists(m_directory / "pinpad-pad"))
+  while (!std::filesystem::exists(LiveDirectory(m_directory) / "pinpad-pad"))
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   Remove(m_directory, kReaderName);
   EXPECT_CKR(CKR_DEVICE_REMOVED, login.get());
 }
 
+TEST_F(SoftCardPinPad, TwoWhoWaitAreAskedOneAfterTheOther) {
+  const auto wait = [&] {
+    return std::async(std::launch::async, [&] {
+      return WaitForPinPad(m_directory, "pad", std::chrono::seconds(20), [] { return false; });
+    });
+  };
+  auto one = wait(), other = wait();
+  const auto isOver = [](const auto& login) {
+    return login.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  };
+  const std::string first = kPin, second = "other";
+  ASSERT_TRUE(AnswerPinPad(m_directory, "pad", &first, kPatience));
+  while (!isOver(one) && !isOver(other)) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_NE(isOver(one), isOver(other));
+  ASSERT_TRUE(AnswerPinPad(m_directory, "pad", &second, kPatience));
+  EXPECT_EQ((std::set<std::string>{one.get().pin, other.get().pin}), (std::set<std::string>{kPin, "other"}));
+}
+
 TEST_F(SoftCardPinPad, NothingOfTheEntryStaysBehind) {
   ASSERT_CKR(CKR_OK, LoginAnsweredBy(kPin));
-  EXPECT_FALSE(std::filesystem::exists(m_directory / "pinpad-pad"));
-  EXPECT_FALSE(AnswerPinPad(m_directory, "pad", kPin, std::chrono::seconds(0)));
+  EXPECT_FALSE(std::filesystem::exists(LiveDirectory(m_directory) / "pinpad-pad"));
+  const std::string pin = kPin;
+  EXPECT_FALSE(AnswerPinPad(m_directory, "pad", &pin, std::chrono::seconds(0)));
 }
 
 TEST(SoftCardPinPadPipe, AnEntryThatNobodyMakesEndsWithTheLimit) {

@@ -1,9 +1,11 @@
 #include <openssl/x509.h>
 
+#include <algorithm>
 #include <fstream>
+#include <set>
 
-#include "softcard/DemoAuthority.h"
-#include "softcard/Pem.h"
+#include "softcard/program/DemoAuthority.h"
+#include "softcard/program/Pem.h"
 #include "tests/softcard/SoftCardFixture.h"
 #include "tests/support/ChildProcess.h"
 
@@ -144,6 +146,80 @@ TEST_F(SoftCardProgram, FilesThatCannotBeImportedAreNamedAndMakeNoCard) {
   EXPECT_EQ(Load(m_directory).FindCard("mine"), nullptr);
 }
 
+TEST_F(SoftCardProgram, ACertificateComesAloneAndPartsHaveTheNamesThatAreChosen) {
+  const DemoAuthority authority(m_directory);
+  WritePrivateFile(m_certificateFile, PemOf(authority.Issue(m_key.get(), "Imported").get()));
+  ASSERT_EQ(Status({"init", "mine", "--pin-file", m_pinFile, "--import",
+                    "certificate=" + m_certificateFile + ",label=Old,id=0a0b,category=authority", "--import",
+                    "label=Mine,key=" + m_keyFile}),
+            0);
+  ASSERT_EQ(Status({"insert", "mine"}), 0);
+  EXPECT_EQ(Labels(0, CKO_CERTIFICATE, 2), (Words{"Demo CA", "Old"}));
+  EXPECT_EQ(Labels(0, CKO_CERTIFICATE, 1), Words{"Mine"});
+  EXPECT_EQ(Labels(0, CKO_PRIVATE_KEY), Words{"Mine"});
+}
+
+TEST_F(SoftCardProgram, IdentifiersThatWouldBeSharedAreRefused) {
+  const auto result = Run({"init", "mine", "--pin-file", m_pinFile, "--import", "id=0a,key=" + m_keyFile, "--import",
+                           "id=0a,key=" + m_keyFile});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.errors, "softcard: id=0a: two of the card's objects cannot share it\n");
+  EXPECT_EQ(Status({"init", "mine", "--pin-file", m_pinFile, "--import", "color=red"}), 2);
+  EXPECT_EQ(Status({"init", "mine", "--pin-file", m_pinFile, "--import", "label=Nothing"}), 2);
+}
+
+TEST_F(SoftCardProgram, AnEmptyCardHasNothingOnIt) {
+  ASSERT_EQ(Status({"init", "bare", "--pin-file", m_pinFile, "--empty"}), 0);
+  ASSERT_EQ(Status({"insert", "bare"}), 0);
+  EXPECT_EQ(Labels(0, CKO_CERTIFICATE), Words{});
+  EXPECT_EQ(Labels(0, CKO_PRIVATE_KEY), Words{});
+  EXPECT_EQ(Status({"init", "other", "--pin-file", m_pinFile, "--empty", "--key", "p256"}), 2);
+}
+
+TEST_F(SoftCardProgram, ADeletedCardAndAnUnpluggedReaderAreGoneAndLeaveNothing) {
+  const auto tokens = [&] {
+    const auto store = m_directory / (m_over == "nss" ? "nss" : "tokens");
+    return std::distance(std::filesystem::directory_iterator(store), std::filesystem::directory_iterator());
+  };
+  ASSERT_EQ(Status({"init", "one", "--pin-file", m_pinFile, "--key", "p256"}), 0);
+  ASSERT_EQ(Status({"init", "two", "--pin-file", m_pinFile, "--key", "p256", "--slots", "2"}), 0);
+  ASSERT_EQ(Status({"insert", "one"}), 0);
+  EXPECT_EQ(tokens(), 3);
+  EXPECT_EQ(Status({"delete", "one"}), 1) << "it is in a reader";
+  EXPECT_EQ(Status({"unplug"}), 1) << "it holds a card";
+  EXPECT_EQ(Status({"delete", "two"}), 0);
+  EXPECT_EQ(tokens(), 1);
+  EXPECT_EQ(Status({"delete", "two"}), 3);
+  ASSERT_EQ(Status({"remove"}), 0);
+  EXPECT_EQ(Status({"delete", "one"}), 0);
+  EXPECT_EQ(tokens(), 0);
+  EXPECT_EQ(Status({"unplug"}), 0);
+  EXPECT_EQ(Status({"unplug"}), 3);
+  EXPECT_TRUE(Load(m_directory).readers.empty());
+  EXPECT_TRUE(Load(m_directory).cards.empty());
+}
+
+TEST_F(SoftCardProgram, MoreCertificatesThanAByteCountsHaveIdentifiersOfTheirOwn) {
+  std::vector<std::string> arguments = {"init", "many", "--pin-file", m_pinFile};
+  WritePrivateFile(m_certificateFile, PemOf(DemoAuthority(m_directory).Certificate()));
+  constexpr int kMany = 260;
+  for (int i = 0; i < kMany; i++) arguments.insert(arguments.end(), {"--import", "certificate=" + m_certificateFile});
+  ASSERT_EQ(Status(arguments), 0);
+  ASSERT_EQ(Status({"insert", "many"}), 0);
+  const LoggedInSession session(Library(), 0, CKU_USER, kPin);
+  std::set<Bytes> identifiers;
+  Attributes wanted;
+  wanted.AddNumber(CKA_CLASS, CKO_CERTIFICATE);
+  std::vector<CK_OBJECT_HANDLE> found(1000);
+  CK_ULONG count = 0;
+  Require("C_FindObjectsInit", session->C_FindObjectsInit(session.Handle(), wanted.Data(), wanted.Count()));
+  Require("C_FindObjects", session->C_FindObjects(session.Handle(), found.data(), found.size(), &count));
+  Require("C_FindObjectsFinal", session->C_FindObjectsFinal(session.Handle()));
+  for (CK_ULONG i = 0; i < count; i++) identifiers.insert(session.Attribute(found[i], CKA_ID));
+  EXPECT_EQ(count, kMany + 1U);
+  EXPECT_EQ(identifiers.size(), count);
+}
+
 TEST_F(SoftCardProgram, CardsGoInAndOutOfReaders) {
   ASSERT_EQ(Status({"init", "one", "--pin-file", m_pinFile, "--key", "p256", "--serial", "4711"}), 0);
   EXPECT_EQ(Status({"insert", "one", "--reader", "Desk"}), 0);
@@ -168,7 +244,8 @@ TEST_F(SoftCardProgram, WrongUsageEndsWithTwo) {
 }
 
 TEST_F(SoftCardProgram, AMissingOrUnfitPinIsAClearError) {
-  EXPECT_NE(Run({"init", "demo", "--pin-file", "/nowhere/pin"}).errors.find("/nowhere/pin: holds no PIN"),
+  EXPECT_NE(Run({"init", "demo", "--pin-file", "/nowhere/pin"})
+                .errors.find("the PIN file /nowhere/pin cannot be read: No such file"),
             std::string::npos);
   std::ofstream(m_pinFile) << "123\n";
   const auto result = Run({"init", "demo", "--pin-file", m_pinFile});

@@ -6,11 +6,11 @@
 #include <cstdlib>
 #include <optional>
 
-#include "softcard/Beneath.h"
-#include "softcard/Client.h"
-#include "softcard/Commands.h"
-#include "softcard/Names.h"
-#include "softcard/Personalise.h"
+#include "softcard/program/Client.h"
+#include "softcard/program/Commands.h"
+#include "softcard/program/Personalise.h"
+#include "softcard/state/Names.h"
+#include "softcard/state/RealLibrary.h"
 #include "tests/support/TemporaryDirectory.h"
 
 /// Compares return values by name.

@@ -1,4 +1,4 @@
-#include "softcard/Softoken.h"
+#include "softcard/state/Softoken.h"
 
 #include <gmock/gmock.h>
 

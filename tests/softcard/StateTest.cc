@@ -1,4 +1,4 @@
-#include "softcard/State.h"
+#include "softcard/state/State.h"
 
 #include <gtest/gtest.h>
 
@@ -57,6 +57,23 @@ TEST_F(SoftCardState, OnlyTheOwnerMayReadIt) {
   EXPECT_EQ(fs::status(m_directory / "state.json").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
+TEST_F(SoftCardState, WritersOfOneFileDisturbNeitherEachOtherNorReaders) {
+  SoftCard::MakePrivateDirectory(m_directory);
+  const auto file = m_directory / "some.conf";
+  SoftCard::WritePrivateFile(file, "the same text\n");
+  std::vector<std::thread> writers;
+  for (int i = 0; i < 8; i++)
+    writers.emplace_back([&] {
+      for (int round = 0; round < 20; round++) EXPECT_NO_THROW(SoftCard::WritePrivateFile(file, "the same text\n"));
+    });
+  for (int round = 0; round < 200; round++) {
+    std::ifstream in(file);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), "the same text\n");
+  }
+  for (auto& writer : writers) writer.join();
+  EXPECT_EQ(std::distance(fs::directory_iterator(m_directory), fs::directory_iterator()), 1) << "nothing is left";
+}
+
 TEST_F(SoftCardState, AChangeThatThrowsLeavesTheOldState) {
   SoftCard::Update(m_directory, [](SoftCard::State& state) { state.trace = "before"; });
   EXPECT_THROW(SoftCard::Update(m_directory,
@@ -81,7 +98,7 @@ TEST_F(SoftCardState, ChangesFromSeveralThreadsAllArrive) {
 
 TEST_F(SoftCardState, ANumberWithAFractionIsNoState) {
   fs::create_directory(m_directory);
-  std::ofstream(m_directory / "state.json") << R"({"cards": [{"tokens": [{"triesLeft": 1e300}]}]})";
+  std::ofstream(m_directory / "state.json") << R"({"cards": [{"slotType": 1e300}]})";
   EXPECT_THROW(SoftCard::Load(m_directory), std::runtime_error);
 }
 
@@ -98,13 +115,19 @@ TEST_F(SoftCardState, AFileThatIsNoStateIsNamedInTheError) {
   }
 }
 
-TEST_F(SoftCardState, TheFolderIsTheEnvironmentsElseTheBuilds) {
+TEST_F(SoftCardState, TheFolderIsTheEnvironmentsElseAmongTheUsersStates) {
+  setenv("HOME", "/users/u", 1);
+  setenv("XDG_STATE_HOME", "/states", 1);
   setenv("QEL_SOFTCARD_DIR", "/somewhere", 1);
   EXPECT_EQ(SoftCard::StateDirectory(), "/somewhere");
   setenv("QEL_SOFTCARD_DIR", "", 1);
-  EXPECT_EQ(SoftCard::StateDirectory().filename(), "softcard-state");
+  EXPECT_EQ(SoftCard::StateDirectory(), "/states/qeltoken/softcard");
   unsetenv("QEL_SOFTCARD_DIR");
-  EXPECT_EQ(SoftCard::StateDirectory().filename(), "softcard-state");
+  EXPECT_EQ(SoftCard::StateDirectory(), "/states/qeltoken/softcard");
+  setenv("XDG_STATE_HOME", "relative", 1);
+  EXPECT_EQ(SoftCard::StateDirectory(), "/users/u/.local/state/qeltoken/softcard");
+  unsetenv("XDG_STATE_HOME");
+  EXPECT_EQ(SoftCard::StateDirectory(), "/users/u/.local/state/qeltoken/softcard");
 }
 
 }  // namespace

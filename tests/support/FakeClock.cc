@@ -2,6 +2,7 @@
 
 #include <sys/time.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
@@ -13,10 +14,17 @@ std::optional<timeval>& Stopped() {
   return moment;
 }
 
+std::atomic<int> g_reads{0};
+
 }  // namespace
 
 FakeClock::FakeClock(int64_t seconds, int32_t microseconds) {
   Stopped() = timeval{seconds, microseconds};
+  g_reads = 0;
+}
+
+int FakeClock::Reads() const {
+  return g_reads;
 }
 
 FakeClock::~FakeClock() {
@@ -27,6 +35,7 @@ FakeClock::~FakeClock() {
 extern "C" int gettimeofday(timeval* __restrict now,
                             void* __restrict) noexcept(noexcept(gettimeofday(nullptr, nullptr))) {
   if (Stopped()) {
+    ++g_reads;
     *now = *Stopped();
   } else {
     timespec real{};

@@ -8,6 +8,9 @@ class FakeClock {
  public:
   FakeClock(int64_t seconds, int32_t microseconds);
   ~FakeClock();
+  /// How often the clock has been read since it was stopped.
+  int Reads() const;
+
   FakeClock(const FakeClock&) = delete;
   FakeClock& operator=(const FakeClock&) = delete;
 };

@@ -8,7 +8,7 @@ const char* __lsan_default_suppressions();
 const char* __tsan_default_suppressions();
 
 const char* __lsan_default_suppressions() {
-  return "leak:libobjc.so\nleak:libgnustep-base.so\n";
+  return "leak:libobjc.so\nleak:libgnustep-base.so\nleak:libgnustep-gui.so\n";
 }
 
 const char* __tsan_default_suppressions() {

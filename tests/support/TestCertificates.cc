@@ -17,12 +17,15 @@ Key MakeKey(const std::string& type) {
   return Key(EVP_PKEY_Q_keygen(nullptr, nullptr, type.c_str()), &EVP_PKEY_free);
 }
 
-std::vector<uint8_t> SelfSigned(EVP_PKEY* key, const std::string& subject, const EVP_MD* digest) {
+constexpr long kDay = 24 * 3600;
+
+/// Valid for a day, which begins `begin` seconds from now.
+std::vector<uint8_t> SelfSigned(EVP_PKEY* key, const std::string& subject, const EVP_MD* digest, long begin = 0) {
   const std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), &X509_free);
   X509_set_version(certificate.get(), 2);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), 1);
-  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 24 * 3600);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), begin);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), begin + kDay);
   X509_NAME* name = X509_get_subject_name(certificate.get());
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8, reinterpret_cast<const unsigned char*>(subject.c_str()), -1, -1,
                              0);
@@ -56,6 +59,14 @@ std::vector<uint8_t> Ec(const std::string& subject) {
 
 std::vector<uint8_t> Ed25519() {
   return SelfSigned(KeyOf("ED25519"), "Test Ed25519", nullptr);
+}
+
+std::vector<uint8_t> Expired() {
+  return SelfSigned(KeyOf("EC"), "Test EC", EVP_sha256(), -2 * kDay);
+}
+
+std::vector<uint8_t> NotYetValid() {
+  return SelfSigned(KeyOf("EC"), "Test EC", EVP_sha256(), kDay);
 }
 
 }  // namespace TestCertificates

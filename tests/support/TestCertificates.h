@@ -14,4 +14,8 @@ std::vector<uint8_t> Ec(const std::string& subject = "Test EC");
 /// A certificate whose key is neither RSA nor EC (Ed25519).
 std::vector<uint8_t> Ed25519();
 
+/// Certificates for an EC key whose time is over, or has not come.
+std::vector<uint8_t> Expired();
+std::vector<uint8_t> NotYetValid();
+
 }  // namespace TestCertificates

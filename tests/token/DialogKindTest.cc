@@ -1,4 +1,4 @@
-#include "token/DialogKind.h"
+#include "token/PINPadDialog.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#import "token/EcdsaSignature.h"
+#import "token/SignatureForms.h"
 
 #import <Security/Security.h>
 

@@ -1,11 +1,16 @@
-#import "token/PinBytes.h"
+#import "token/PerformLogin.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <optional>
+#include <stdexcept>
+#include <type_traits>
 
 #include "tests/support/ProcessMemory.h"
+#include "tests/token/FreedBytes.h"
+#include "tests/token/PassingException.h"
 
 /// Text that no encoding holds, as half of a surrogate pair is.
 @interface UnencodableText : NSString
@@ -74,8 +79,60 @@ TEST(PinBytes, EndAtAZeroByte) {
   EXPECT_EQ(Sent([NSString stringWithCharacters:text length:3]), "1");
 }
 
-TEST(PinBytes, TextThatUtf8CannotHoldIsNoPin) {
-  EXPECT_EQ(Sent([[[UnencodableText alloc] init] autorelease]), std::nullopt);
+TEST(PinBytes, TextThatUtf8CannotHoldIsAnEmptyPin) {
+  EXPECT_EQ(Sent([[[UnencodableText alloc] init] autorelease]), "");
+}
+
+TEST(PinBytes, HalfASurrogatePairIsAnEmptyPin) {
+  NSString *cut = [[NSString stringWithUTF8String:"1\xF0\x9F\x98\x80"] substringToIndex:2];
+  ASSERT_EQ([cut length], 2u);
+  EXPECT_EQ(Sent(cut), "");
+}
+
+/// A PIN of as many bytes as characters, or of three or four for each.
+class PinOfManyByteCharacters : public ::testing::TestWithParam<const char *> {
+ protected:
+  NSString *m_PIN = [NSString stringWithUTF8String:GetParam()];
+  FreedBytes m_freed;
+
+  void Watch(PinBytes &pin) {
+    ASSERT_EQ(pin.Length(), std::strlen(GetParam()));
+    m_freed.Watch(pin.Data(), pin.Length());
+  }
+  void ExpectErased() const { EXPECT_EQ(m_freed.Content(), std::string(std::strlen(GetParam()), '\0')); }
+};
+
+TEST_P(PinOfManyByteCharacters, IsErasedToItsLastByteBeforeItIsFreed) {
+  {
+    PinBytes pin(m_PIN);
+    Watch(pin);
+  }
+  ExpectErased();
+}
+
+TEST_P(PinOfManyByteCharacters, IsErasedToItsLastByteWhenAnExceptionPasses) {
+  EXPECT_EQ(PassingException([&] {
+              PinBytes pin(m_PIN);
+              Watch(pin);
+              throw std::runtime_error("from the card");
+            }),
+            "from the card");
+  ExpectErased();
+}
+
+INSTANTIATE_TEST_SUITE_P(Pins, PinOfManyByteCharacters,
+                         ::testing::Values("1", "1234", "\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac7",
+                                           "\U0001F511\U0001F511\U0001F511\U0001F511"));
+
+TEST(PinBytes, WhatWasWrittenOfTextThatUtf8CannotHoldIsErasedAtOnce) {
+  PinBytes pin([[[UnencodableText alloc] init] autorelease]);
+  ASSERT_NE(pin.Data(), nullptr);
+  EXPECT_EQ(pin.Data()[0], 0) << "the question mark";
+}
+
+TEST(PinBytes, AreNotCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<PinBytes>);
+  EXPECT_FALSE(std::is_copy_assignable_v<PinBytes>);
 }
 
 TEST(PinBytes, LeaveNothingInMemory) {

@@ -157,6 +157,12 @@ TEST_F(KeyboardLogin, AnEmptyPinIsSentWithAPointerAndNoLength) {
   EXPECT_FALSE(m_card.pinWasNull.front());
 }
 
+TEST_F(KeyboardLogin, APinWithoutAUtf8FormIsSentAsAnEmptyOneAndNotAsTheOneThatTheReaderAsksFor) {
+  LoginWith([[NSString stringWithUTF8String:"1\xF0\x9F\x98\x80"] substringToIndex:2]);
+  EXPECT_EQ(m_card.pins.front(), Bytes{});
+  EXPECT_FALSE(m_card.pinWasNull.front());
+}
+
 TEST_F(KeyboardLogin, APinThatWasNotSetIsSentAsNone) {
   LoginWith(nil);
   EXPECT_TRUE(m_card.pinWasNull.front());

@@ -59,6 +59,13 @@ TEST_F(PinPadLogin, AFailingSlotTypeIsThePlainDialog) {
   EXPECT_EQ(m_dialog.Calls(), (Texts{"show 1", "hide"}));
 }
 
+TEST_F(PinPadLogin, WhatAFailedSlotTypeWroteIsNotBelieved) {
+  const auto write = [](TestCard::Call &call) { *static_cast<CK_ULONG *>(call.output) = 0x80000003; };
+  ScriptedCard script({{"C_GetSlotType", CKR_FUNCTION_FAILED, write}, {"C_Login"}});
+  EXPECT_TRUE([m_operation finishWithError:nullptr]);
+  EXPECT_EQ(m_dialog.Calls(), (Texts{"show 1", "hide"}));
+}
+
 TEST_F(PinPadLogin, TheDialogIsHiddenAfterEveryFailure) {
   for (const CardResult &result : kCardResults) {
     ScriptedCard script({{"C_GetSlotType"}, {"C_Login", result.rv}});

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #import "tests/token/InitializerGivesNil.h"
 #import "tests/token/TokenTest.h"
 
@@ -35,6 +37,61 @@ class KeysStartAble {
     return key;
   }
   static inline IMP s_original;
+};
+
+/// While it lives, a certificate item starts with a constraint of the platform's.
+class CertificatesStartConstrained {
+ public:
+  CertificatesStartConstrained() {
+    s_original = method_setImplementation(Initializer(), reinterpret_cast<IMP>(&MakeConstrained));
+  }
+  ~CertificatesStartConstrained() { method_setImplementation(Initializer(), s_original); }
+  CertificatesStartConstrained(const CertificatesStartConstrained &) = delete;
+  CertificatesStartConstrained &operator=(const CertificatesStartConstrained &) = delete;
+
+  static NSDictionary *Constraints() {
+    return [NSDictionary dictionaryWithObject:@"platform" forKey:[NSNumber numberWithInteger:TKTokenOperationReadData]];
+  }
+
+ private:
+  static Method Initializer() {
+    return class_getInstanceMethod([TKTokenKeychainCertificate class], @selector(initWithCertificate:objectID:));
+  }
+  static id MakeConstrained(id self, SEL selector, SecCertificateRef certificate, id objectID) {
+    using Original = id (*)(id, SEL, SecCertificateRef, id);
+    TKTokenKeychainItem *item = reinterpret_cast<Original>(s_original)(self, selector, certificate, objectID);
+    [item setConstraints:Constraints()];
+    return item;
+  }
+  static inline IMP s_original;
+};
+
+/// Notes how many messages of the token were logged when its items were filled in.
+class NoticesTheFilling {
+ public:
+  explicit NoticesTheFilling(const CapturedLog &log) {
+    s_log = &log;
+    s_infosBefore = -1;
+    // An IMP gives an object back, this gives nothing: by way of void *, newer compilers do not mind.
+    s_original = method_setImplementation(Filling(), reinterpret_cast<IMP>(reinterpret_cast<void *>(&Fill)));
+  }
+  ~NoticesTheFilling() { method_setImplementation(Filling(), s_original); }
+  NoticesTheFilling(const NoticesTheFilling &) = delete;
+  NoticesTheFilling &operator=(const NoticesTheFilling &) = delete;
+
+  int InfosBefore() const { return s_infosBefore; }
+
+ private:
+  static Method Filling() {
+    return class_getInstanceMethod([TKTokenKeychainContents class], @selector(fillWithItems:));
+  }
+  static void Fill(id self, SEL selector, NSArray *items) {
+    s_infosBefore = static_cast<int>(s_log->Infos().size());
+    reinterpret_cast<void (*)(id, SEL, NSArray *)>(reinterpret_cast<void *>(s_original))(self, selector, items);
+  }
+  static inline IMP s_original;
+  static inline const CapturedLog *s_log;
+  static inline int s_infosBefore;
 };
 
 }  // namespace
@@ -128,6 +185,80 @@ TEST_F(QELTokenItems, ItemsOfAThirdSlotShareTheSecondsPrefixes) {
   slots.push_back({8, kReader, "", 0, 0, true, {UserCertificate(1, {0x0B}, "second", TestCertificates::Rsa())}});
   slots.push_back({9, kReader, "", 0, 0, true, {UserCertificate(1, {0x0B}, "third", TestCertificates::Rsa())}});
   EXPECT_EQ(Published(slots), (Texts{"certificate 110a", "certificate 210b", "certificate 210b"}));
+}
+
+TEST_F(QELTokenItems, KeysOfAThirdSlotShareTheSecondsPrefixesToo) {
+  EXPECT_EQ(Published(ThreeSlots()),
+            (Texts{"certificate 110a", "key 120a", "certificate 210a", "key 220a", "certificate 210c", "key 220c"}));
+  EXPECT_EQ(Labels(ThreeSlots()),
+            (Texts{"\u7b7e\u540d (Signer)", "\u05de\u05e4\u05ea\u05d7 (Signer)",
+                   "\u0627\u0644\u062a\u0648\u0642\u064a\u0639 (Signer)", "\u041a\u043b\u044e\u0447 (Signer)",
+                   "\U0001F511 e\u0301 (Signer)", "\u00e9 (Signer)"}));
+}
+
+TEST_F(QELTokenItems, WhatCannotBePublishedInTheMiddleKeepsNothingElseBack) {
+  const auto first = UserCertificate(1, {0x01}, "first", TestCertificates::Rsa());
+  const auto firstKey = PublicKeyObject(2, {0x01}, "first key", CKK_RSA);
+  const auto last = UserCertificate(8, {0x03}, "last", TestCertificates::Rsa());
+  const auto lastKey = PublicKeyObject(9, {0x03}, "last key", CKK_RSA);
+  const auto published = [&](const FakeObject &middle, const std::vector<FakeObject> &keys) {
+    std::vector<FakeObject> objects = {first, firstKey, middle, last, lastKey};
+    objects.insert(objects.end(), keys.begin(), keys.end());
+    return Published(Holding(objects));
+  };
+  const auto good = UserCertificate(5, {0x02}, "middle", TestCertificates::Rsa());
+  const Texts withoutMiddle = {"certificate 1101", "key 1201", "certificate 1103", "key 1203"};
+  const Texts withoutKey = {"certificate 1101", "key 1201", "certificate 1102", "certificate 1103", "key 1203"};
+
+  EXPECT_EQ(published(good, {}), withoutKey) << "a certificate without a key";
+  EXPECT_EQ(published(UserCertificate(5, {0x02}, "middle", {0x30, 0x03, 0x01}), {}), withoutMiddle) << "unreadable";
+  EXPECT_EQ(published(UserCertificate(5, {0x02}, "\xFF", TestCertificates::Rsa()), {}), withoutMiddle) << "a label";
+  EXPECT_EQ(published(good, {PublicKeyObject(6, {0x02}, "\xC3", CKK_RSA)}), withoutKey) << "a key's label";
+  EXPECT_EQ(published(UserCertificate(5, {0x02}, "middle", TestCertificates::Ed25519()),
+                      {PublicKeyObject(6, {0x02}, "refused", CKK_EC_EDWARDS)}),
+            withoutKey)
+      << "a key that the platform refuses";
+}
+
+TEST_F(QELTokenItems, ACertificateItemThatThePlatformRefusesInTheMiddleKeepsNothingElseBack) {
+  const InitializerGivesNilOnce refused([TKTokenKeychainCertificate class], @selector(initWithCertificate:objectID:),
+                                        2);
+  EXPECT_EQ(Published(Holding({UserCertificate(1, {0x01}, "first", TestCertificates::Rsa()),
+                               UserCertificate(2, {0x02}, "refused", TestCertificates::Rsa()),
+                               UserCertificate(3, {0x03}, "last", TestCertificates::Rsa()),
+                               PublicKeyObject(4, {0x02}, "its key", CKK_RSA)})),
+            (Texts{"certificate 1101", "certificate 1103"}));
+}
+
+TEST_F(QELTokenItems, ALabelKeepsAZeroByteAndEverythingAfterIt) {
+  FakeCard card(Holding({UserCertificate(1, {0x01}, std::string("a\0b", 3), TestCertificates::Rsa("N")),
+                         PublicKeyObject(2, {0x01}, std::string("\0k", 2), CKK_RSA)}));
+  @autoreleasepool {
+    NSArray<TKTokenKeychainItem *> *items = [[MakeToken() keychainContents] items];
+    ASSERT_EQ([items count], 2u);
+    EXPECT_EQ([[[items objectAtIndex:0] label] length], 7u) << "a, zero, b, blank, (N)";
+    EXPECT_EQ([[[items objectAtIndex:1] label] length], 6u);
+  }
+}
+
+TEST_F(QELTokenItems, AreFilledInBeforeTheLogSaysSo) {
+  const NoticesTheFilling filling(m_log);
+  EXPECT_EQ(Published(OneSlot()).size(), 4u);
+  EXPECT_EQ(filling.InfosBefore(), 3);
+  EXPECT_EQ(m_log.Infos().back(), "keychain contents filled from card from reader Example Reader 0");
+}
+
+TEST_F(QELTokenItems, ConstraintsThatThePlatformSetOnACertificateItemStay) {
+  const CertificatesStartConstrained constrained;
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    for (TKTokenKeychainItem *item in [[MakeToken() keychainContents] items]) {
+      const bool isKey = [item isKindOfClass:[TKTokenKeychainKey class]];
+      if (!isKey) {
+        EXPECT_TRUE([[item constraints] isEqual:CertificatesStartConstrained::Constraints()]);
+      }
+    }
+  }
 }
 
 TEST_F(QELTokenItems, AnEmptyIdIsThePrefixAlone) {

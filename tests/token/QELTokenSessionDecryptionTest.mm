@@ -50,6 +50,11 @@ TEST_F(QELTokenSessionDecryption, BothCallsGetTheWholeCiphertext) {
   EXPECT_EQ(inputs, (std::vector<Bytes>{Bytes(256, 0xC1), Bytes(256, 0xC1)}));
 }
 
+TEST_F(QELTokenSessionDecryption, AnEmptyCiphertextHasBytesToPointToAndLeavesNoOperationOpen) {
+  for (int i = 0; i < 2; ++i) EXPECT_NE(Decrypt([NSData data]), nil);
+  EXPECT_EQ(m_card.ciphertext, Bytes{});
+}
+
 TEST_F(QELTokenSessionDecryption, UsesPkcs1WhateverTheAlgorithmSays) {
   for (const SecKeyAlgorithm algorithm : {kSecKeyAlgorithmRSAEncryptionOAEPSHA256, kSecKeyAlgorithmRSAEncryptionRaw,
                                           kSecKeyAlgorithmECDSASignatureDigestX962}) {
@@ -71,6 +76,26 @@ TEST_F(QELTokenSessionDecryption, AnEmptyPlaintextIsEmptyDataAndNoSizeQuery) {
   ASSERT_NE(plaintext, nil);
   EXPECT_EQ([plaintext length], 0u);
   EXPECT_EQ(m_card.Calls().back(), "C_Decrypt session=101 output=buffer");
+}
+
+TEST_F(QELTokenSessionDecryption, AnEmptyPlaintextAfterAnAnnouncementOfMoreIsEmpty) {
+  m_card.plaintext = {};
+  m_card.announcedLength["C_Decrypt"] = 256;
+  NSData *plaintext = Decrypt(Ciphertext());
+  ASSERT_NE(plaintext, nil);
+  EXPECT_EQ([plaintext length], 0u);
+}
+
+TEST_F(QELTokenSessionDecryption, ThePlaintextMayBeChangedByItsReceiver) {
+  EXPECT_TRUE([Decrypt(Ciphertext()) isKindOfClass:[NSMutableData class]]);
+}
+
+TEST_F(QELTokenSessionDecryption, TheLargestAnnouncedLengthOfAllIsUsable) {
+  m_card.announcedLength["C_Decrypt"] = 64UL * 1024 * 1024;
+  EXPECT_EQ(BytesOf(Decrypt(Ciphertext())), m_card.plaintext);
+  m_card.LogIn();
+  m_card.announcedLength["C_Decrypt"] = 64UL * 1024 * 1024 + 1;
+  EXPECT_EQ(Decrypt(Ciphertext()), nil);
 }
 
 TEST_F(QELTokenSessionDecryption, MoreBytesThanTheBufferHoldsAreNotBelieved) {

@@ -80,6 +80,35 @@ TEST_F(QELTokenSessionKeyExchange, TemplateHasThreeAttributesOfEightBytesInThisO
                                             {CKA_VALUE_LEN, Ulong(100)}}));
 }
 
+TEST_F(QELTokenSessionKeyExchange, ARequestedSizeOfZeroIsAskedForAsAnyOther) {
+  EXPECT_NE(Agree(PeerKey(), Parameters(0)), nil);
+  ASSERT_EQ(m_card.derivedTemplate.size(), 3u);
+  EXPECT_EQ(m_card.derivedTemplate.back(), std::make_pair(CK_ATTRIBUTE_TYPE{CKA_VALUE_LEN}, CK_ULONG{0}));
+}
+
+TEST_F(QELTokenSessionKeyExchange, EveryFirstByteOfThePeersPointIsLeftOut) {
+  Bytes point(33, 0x58);
+  for (int first = 0; first <= 0xFF; ++first) {
+    point[0] = static_cast<CK_BYTE>(first);
+    m_card.publicData = {};
+    ASSERT_NE(Agree(Data(point), Parameters(32)), nil) << first;
+    ASSERT_EQ(m_card.publicData, Bytes(32, 0x58)) << first;
+  }
+}
+
+TEST_F(QELTokenSessionKeyExchange, TheSecretMayBeChangedByItsReceiver) {
+  EXPECT_TRUE([Agree(PeerKey(), Parameters(32)) isKindOfClass:[NSMutableData class]]);
+}
+
+TEST_F(QELTokenSessionKeyExchange, TheFormOfTheDataDecidesAboutTheDerivationFunction) {
+  EXPECT_NE(
+      Agree(PeerKey(), Parameters(32), nullptr, EcKey(),
+            Algorithm({kSecKeyAlgorithmECDHKeyExchangeStandardX963SHA1, kSecKeyAlgorithmECDHKeyExchangeStandard})),
+      nil);
+  EXPECT_EQ(Bytes(m_card.mechanismParameter.begin(), m_card.mechanismParameter.begin() + 8), Ulong(CKD_NULL));
+  EXPECT_EQ(m_card.derivedTemplate.size(), 2u);
+}
+
 TEST_F(QELTokenSessionKeyExchange, WithoutADerivationFunctionTheCardChoosesTheLength) {
   std::vector<TemplateRow> rows;
   ScriptedCard script(AfterFindingTheKey({{"C_DeriveKey", CKR_OK, TestCard::KeepTemplate(rows, Handle(9001))},

@@ -1,4 +1,4 @@
-#include "pkcs11/CatchTokenException.h"
+#include "pkcs11/QELTokenException.h"
 #include "tests/support/Failure.h"
 #import "tests/token/SessionTest.h"
 #import "token/NSExceptionSeam.h"
@@ -32,6 +32,27 @@ TEST_F(QELTokenSessionKeysOnTwoSlots, ThePrefixSelectsThePair) {
   EXPECT_EQ(Selected({0x21, 0x01}, 0), 1u);
   EXPECT_EQ(Selected({0x22, 0x01}, 0), 1u);
   EXPECT_EQ(Selected({0xE2}, 0), 1u);
+}
+
+class QELTokenSessionKeysOnThreeSlots : public SessionTest {
+ protected:
+  QELTokenSessionKeysOnThreeSlots() : SessionTest(ThreeSlots()) {}
+};
+
+TEST_F(QELTokenSessionKeysOnThreeSlots, TheLaterSlotsPrefixSelectsTheSecondOfThem) {
+  ASSERT_EQ([[m_session hSlotSessionPairs] count], 3u);
+  [m_session selectPairByKeyID:Data({0x22, 0x0A})];
+  EXPECT_EQ([[m_session hCurrentPair] hSlot], 0x100000003u);
+  [m_session selectPairByKeyID:Data({0x12, 0x0A})];
+  EXPECT_EQ([[m_session hCurrentPair] hSlot], 3u);
+  EXPECT_NE(Sign(Block(), RawRsa(), nullptr, Data({0x22, 0x0A})), nil);
+  EXPECT_EQ(m_card.Calls().front(), "C_GetSessionInfo session=102");
+}
+
+TEST_F(QELTokenSessionKeysOnThreeSlots, AKeyOfTheThirdIsLookedForInTheSecond) {
+  NSError *error = nil;
+  EXPECT_EQ(Sign(Block(), RawRsa(), &error, Data({0x22, 0x0C})), nil);
+  EXPECT_TRUE(IsError(error, @"QELToken", -7));
 }
 
 TEST_F(QELTokenSessionKeysOnTwoSlots, BothBitsSelectTheFirstPair) {
@@ -76,6 +97,24 @@ TEST_F(QELTokenSessionKeys, OnlyUserSessionsAreLoggedIn) {
   EXPECT_FALSE(IsLoggedIn(CKS_RW_PUBLIC_SESSION));
   EXPECT_TRUE(IsLoggedIn(CKS_RW_USER_FUNCTIONS));
   EXPECT_FALSE(IsLoggedIn(CKS_RW_SO_FUNCTIONS));
+}
+
+TEST_F(QELTokenSessionKeys, AStateIsComparedWhole) {
+  for (const CK_STATE state : {0x100000001UL, 0x100000003UL, ~0UL}) {
+    ScriptedCard script({{"C_GetSessionInfo", CKR_OK, TestCard::State(state)}});
+    EXPECT_FALSE([m_session isUserLoggedIn]) << state;
+  }
+}
+
+TEST_F(QELTokenSessionKeys, ABarePrefixSearchesForAnEmptyIdWithAByteToPointTo) {
+  bool pointed = false;
+  const auto look = [&](TestCard::Call &call) { pointed = call.attributes[1].pValue != nullptr; };
+  ScriptedCard script({{"C_FindObjectsInit", CKR_OK, look},
+                       {"C_FindObjects", CKR_OK, TestCard::Handles({3})},
+                       {"C_FindObjects", CKR_OK, TestCard::Handles({})},
+                       {"C_FindObjectsFinal"}});
+  EXPECT_EQ([m_session findPrivateKeyWithKeyID:Data({0x12})], 3u);
+  EXPECT_TRUE(pointed);
 }
 
 TEST_F(QELTokenSessionKeysOnTwoSlots, TheLoginIsAskedOfTheCurrentPair) {

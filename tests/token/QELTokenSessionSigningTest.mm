@@ -83,6 +83,16 @@ TEST_F(QELTokenSessionSigning, DigestsAreSignedWholeHoweverTheyBegin) {
   }
 }
 
+TEST_F(QELTokenSessionSigning, EmptyDataHasBytesToPointToAndLeavesNoOperationOpen) {
+  for (const SecKeyAlgorithm algorithm :
+       {kSecKeyAlgorithmRSASignatureDigestPSSSHA256, kSecKeyAlgorithmECDSASignatureDigestX962}) {
+    EXPECT_NE(Sign([NSData data], Algorithm({algorithm})), nil) << [(NSString *)algorithm UTF8String];
+    EXPECT_EQ(m_card.signedData, Bytes{});
+  }
+  EXPECT_NE(Sign(Data({0x00, 0x01, 0xFF, 0x00}), RawRsa()), nil) << "a block without a payload";
+  EXPECT_EQ(m_card.signedData, Bytes{});
+}
+
 TEST_F(QELTokenSessionSigning, RefusedPaddingGivesNoErrorObjectAndOneLogLine) {
   for (NSData *block : {Data({0x00, 0x02, 0xFF, 0x00, 0x30}), Data({0x01, 0x01, 0x00, 0x30}),
                         Data({0x00, 0x01, 0xFF, 0xFE, 0x00}), Data({0x00, 0x01, 0xFF, 0xFF}), Data({})}) {
@@ -164,6 +174,54 @@ TEST_F(QELTokenSessionSigning, AnAnnouncedLengthThatIsNoneEndsTheSignatureWithAL
 TEST_F(QELTokenSessionSigning, LogsThePssParametersAsTwoBareNumbers) {
   Sign(Data(Bytes(64, 0x44)), Algorithm({kSecKeyAlgorithmRSASignatureDigestPSSSHA512}));
   EXPECT_EQ(m_log.Infos(), (Texts{"624", "64"}));
+}
+
+#pragma mark - The form of the data
+
+// An algorithm's last form is that of the data; those before it only say where it comes from.
+
+TEST_F(QELTokenSessionSigning, ABlockThatIsNotTheDataAnyMoreIsNotTakenForOne) {
+  NSData *signature =
+      Sign(Block(), Algorithm({kSecKeyAlgorithmRSASignatureRaw, kSecKeyAlgorithmRSASignatureDigestPSSSHA256}));
+  EXPECT_EQ(BytesOf(signature), m_card.signature);
+  EXPECT_EQ(m_card.signedData, BytesOf(Block())) << "no padding is removed";
+  EXPECT_EQ(m_card.mechanism, CKM_RSA_PKCS_PSS);
+}
+
+TEST_F(QELTokenSessionSigning, ADigestOfPssThatIsNotTheDataAnyMoreDecidesNothing) {
+  Sign(Block(), Algorithm({kSecKeyAlgorithmRSASignatureDigestPSSSHA256, kSecKeyAlgorithmRSASignatureRaw}));
+  EXPECT_EQ(m_card.mechanism, CKM_RSA_PKCS);
+  EXPECT_EQ(m_card.signedData, (Bytes{0x30, 0x31}));
+  Sign(Data(Bytes(32, 0x44)),
+       Algorithm({kSecKeyAlgorithmRSASignatureDigestPSSSHA256, kSecKeyAlgorithmECDSASignatureRFC4754}));
+  EXPECT_EQ(m_card.mechanism, CKM_ECDSA);
+}
+
+TEST_F(QELTokenSessionSigning, ADigestOfEcdsaThatIsNotTheDataAnyMoreIsNotEncoded) {
+  NSData *signature = Sign(Data(Bytes(32, 0x44)),
+                           Algorithm({kSecKeyAlgorithmECDSASignatureDigestX962, kSecKeyAlgorithmECDSASignatureRFC4754}),
+                           nullptr, EcKey());
+  EXPECT_EQ(BytesOf(signature), m_card.signature);
+}
+
+TEST_F(QELTokenSessionSigning, TheMethodThatRemovesThePaddingGivesTheOffsetOrTheReason) {
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Block()], 5);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Data({0x00, 0x01, 0x00})], 3);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Data({0x01, 0x01, 0xFF, 0x00})], -1);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:[NSData data]], -1);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Data({0x00, 0x02, 0xFF, 0x00})], -2);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Data({0x00, 0x01, 0xFF, 0xFE, 0x00})], -3);
+  EXPECT_EQ([m_session removePKCS1PaddingFromData:Data({0x00, 0x01, 0xFF, 0xFF})], -4);
+}
+
+TEST_F(QELTokenSessionSigning, ASignatureMayBeChangedByItsReceiver) {
+  EXPECT_TRUE([Sign(Block(), RawRsa()) isKindOfClass:[NSMutableData class]]);
+  EXPECT_TRUE([Sign(Data(Bytes(32, 0x44)), Ecdsa(), nullptr, EcKey()) isKindOfClass:[NSMutableData class]]);
+}
+
+TEST_F(QELTokenSessionSigning, TheLargestAnnouncedLengthOfAllIsUsable) {
+  m_card.announcedLength["C_Sign"] = 64UL * 1024 * 1024;
+  EXPECT_EQ([Sign(Block(), RawRsa()) length], 64UL * 1024 * 1024);
 }
 
 #pragma mark - Failures

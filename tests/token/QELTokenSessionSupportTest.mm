@@ -174,3 +174,48 @@ TEST_F(QELTokenSessionSupportOnTwoSlots, TheSameCardBehindTwoSlotsIsNotAsked) {
   EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), Ecdsa()));
   EXPECT_EQ(m_card.Calls(), Texts{});
 }
+
+TEST_F(QELTokenSessionSupport, DecryptionAndExchangeGoByTheFormOfTheDataToo) {
+  const auto decrypts = [&](std::initializer_list<SecKeyAlgorithm> algorithms) {
+    return Supports(TKTokenOperationDecryptData, RsaKey(), Algorithm(algorithms));
+  };
+  const auto exchanges = [&](std::initializer_list<SecKeyAlgorithm> algorithms) {
+    return Supports(TKTokenOperationPerformKeyExchange, EcKey(), Algorithm(algorithms));
+  };
+  EXPECT_FALSE(decrypts({kSecKeyAlgorithmRSAEncryptionPKCS1, kSecKeyAlgorithmRSAEncryptionRaw}));
+  EXPECT_TRUE(decrypts({kSecKeyAlgorithmRSAEncryptionRaw, kSecKeyAlgorithmRSAEncryptionPKCS1}));
+  EXPECT_FALSE(exchanges({kSecKeyAlgorithmECDHKeyExchangeStandardX963SHA1, kSecKeyAlgorithmECDHKeyExchangeStandard}));
+  EXPECT_TRUE(exchanges({kSecKeyAlgorithmECDHKeyExchangeStandard, kSecKeyAlgorithmECDHKeyExchangeStandardX963SHA1}));
+}
+
+class QELTokenSessionSupportOnThreeSlots : public SessionTest {
+ protected:
+  QELTokenSessionSupportOnThreeSlots() : SessionTest(WithAnEcKey()) {}
+  static std::vector<TestCard::FakeSlot> WithAnEcKey() {
+    auto slots = ThreeSlots();
+    slots[1].objects = OneSlot().front().objects;
+    for (TestCard::FakeSlot &slot : slots) slot.derivesKeys = false;
+    return slots;
+  }
+};
+
+TEST_F(QELTokenSessionSupportOnThreeSlots, TheCardIsNotAskedWhetherItDerives) {
+  EXPECT_TRUE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  EXPECT_EQ(m_card.Calls(), Texts{});
+}
+
+TEST_F(QELTokenSessionSupport, WithoutAnyPairTheCardIsNotAskedWhetherItDerives) {
+  m_card.Slots().front().derivesKeys = false;
+  [m_session setHSlotSessionPairs:[NSMutableArray array]];
+  EXPECT_TRUE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  EXPECT_EQ(m_card.Calls(), Texts{});
+}
+
+TEST_F(QELTokenSessionSupport, ARefusedQuestionWhetherTheCardDerivesIsNotLogged) {
+  for (const CK_RV refusal : {CKR_MECHANISM_INVALID, CKR_DEVICE_ERROR, CKR_TOKEN_NOT_PRESENT}) {
+    m_card.Fail("C_GetMechanismInfo", refusal);
+    EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  }
+  EXPECT_EQ(m_log.Lines().size(), 0u);
+  EXPECT_EQ(m_systemLog.Texts(), Texts{});
+}

@@ -20,6 +20,12 @@ static std::vector<std::string> s_told;
 }
 @end
 
+@interface OtherSession : QELTokenSession
+@end
+
+@implementation OtherSession
+@end
+
 class QELTokenSessionCreation : public TokenTest {
  protected:
   /// One slot for each value: whether its token asks for the reader's PIN pad.
@@ -138,4 +144,33 @@ TEST_F(QELTokenSessionCreation, APairTakesTheSessionFirstThroughItsSetters) {
   s_told.clear();
   [[[ToldPair alloc] initWithSlotSession:7 session:101] release];
   EXPECT_EQ(s_told, (Texts{"session 101", "slot 7"}));
+}
+
+TEST_F(QELTokenSessionCreation, ASessionIsOfTheClassThatIsAskedAndOfTheTokenThatIsAsked) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    EXPECT_TRUE([[OtherSession sessionWithToken:token] isMemberOfClass:[OtherSession class]]);
+    EXPECT_TRUE([MakeSession(token) isMemberOfClass:[QELTokenSession class]]);
+    EXPECT_EQ([[token token:MakeToken() createSessionWithError:nullptr] token], token);
+  }
+}
+
+TEST_F(QELTokenSessionCreation, TheTokensArraysAreKeptAndNotCopied) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    NSMutableArray *slots = [NSMutableArray arrayWithObject:[NSNumber numberWithUnsignedLong:7]];
+    NSMutableArray *sessions = [[[token hSessions] mutableCopy] autorelease];
+    [token setHSlots:slots];
+    [token setHSessions:sessions];
+    EXPECT_EQ([token hSlots], slots);
+    EXPECT_EQ([token hSessions], sessions);
+
+    QELTokenSession *session = MakeSession(token);
+    NSMutableArray *pairs = [[[session hSlotSessionPairs] mutableCopy] autorelease];
+    [session setHSlotSessionPairs:pairs];
+    EXPECT_EQ([session hSlotSessionPairs], pairs);
+    EXPECT_TRUE([[session hSlotSessionPairs] isKindOfClass:[NSMutableArray class]]);
+  }
 }

@@ -1,5 +1,5 @@
-#include "pkcs11/CatchTokenException.h"
-#include "pkcs11/FunctionList.h"
+#include "pkcs11/Calls.h"
+#include "pkcs11/QELTokenException.h"
 #include "tests/support/Failure.h"
 #import "tests/token/TokenTest.h"
 

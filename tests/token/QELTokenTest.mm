@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #import "settings/QELSettings.h"
 #import "tests/token/InitializerGivesNil.h"
 #include "tests/token/PassingException.h"
@@ -314,8 +316,64 @@ TEST_F(QELTokenTeardown, ANewTokenTakesTheSessionsOfAnOlderOneOnTheSameReader) {
   EXPECT_EQ(m_lines.Errors(), Texts{"C_CloseSession() => 0x000000B3"});
 }
 
+TEST_F(QELTokenTeardown, ALateReleaseDoesNoHarmWhereTheLibraryCountsUpwards) {
+  FakeCard card(EmptySlot());
+  @autoreleasepool {
+    QELToken *successor = nil;
+    @autoreleasepool {
+      MakeToken();
+      successor = [MakeToken() retain];
+    }
+    [successor autorelease];
+    EXPECT_TRUE([[MakeSession(successor) hCurrentPair] hSession] == 102);
+    EXPECT_EQ(card.OpenSessions(), 1) << "the successor's";
+  }
+}
+
+TEST_F(QELTokenTeardown, ALateReleaseTakesTheSuccessorsSessionWhereTheLibraryReusesNumbers) {
+  FakeCard card(EmptySlot());
+  card.reusesNumbers = true;
+  @autoreleasepool {
+    QELToken *older = nil;
+    @autoreleasepool {
+      older = [MakeToken() retain];
+    }
+    QELToken *successor = MakeToken();
+    QELTokenSession *session = MakeSession(successor);
+    EXPECT_EQ(NumbersOf([successor hSessions]), NumbersOf([older hSessions]));
+    EXPECT_EQ(card.OpenSessions(), 1);
+    [older release];
+    EXPECT_EQ(card.OpenSessions(), 0);
+
+    NSError *error = nil;
+    EXPECT_EQ([session tokenSession:session
+                           signData:Data({1})
+                           usingKey:Data({0x12, 1})
+                          algorithm:Algorithm({kSecKeyAlgorithmECDSASignatureDigestX962})
+                              error:&error],
+              nil);
+    EXPECT_TRUE(IsError(error, @"QELToken", -8));
+    // The way out: the next token has a session again.
+    EXPECT_EQ([[MakeToken() hSessions] count], 1u);
+  }
+  EXPECT_EQ(card.OpenSessions(), 0);
+}
+
 TEST_F(QELTokenTeardown, ATokenThatWasNeverBuiltHasNothingToClose) {
   FakeCard card(EmptySlot());
   [[QELToken alloc] release];
   EXPECT_EQ(card.Calls(), Texts{});
+}
+
+TEST_F(QELTokenConstruction, ASecondTokenLoadsNoLibraryAgain) {
+  FakeCard card(OneSlot());
+  const size_t before = LoadedPaths().size();
+  @autoreleasepool {
+    EXPECT_NE(MakeToken(), nil);
+  }
+  EXPECT_EQ(LoadedPaths().size(), before + 2) << "the PKCS#11 library and the PIN dialog library";
+  @autoreleasepool {
+    EXPECT_NE(MakeToken(), nil);
+  }
+  EXPECT_EQ(LoadedPaths().size(), before + 2);
 }

@@ -1,5 +1,6 @@
 #import "tests/token/SessionTest.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "tests/token/PassingException.h"

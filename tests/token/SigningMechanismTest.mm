@@ -1,4 +1,4 @@
-#import "token/SigningMechanism.h"
+#import "token/SignatureForms.h"
 
 #import "tests/token/TokenTest.h"
 

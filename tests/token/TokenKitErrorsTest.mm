@@ -1,4 +1,4 @@
-#import "token/TokenKitErrors.h"
+#import "token/CardCall.h"
 
 #import "tests/token/SessionTest.h"
 

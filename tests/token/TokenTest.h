@@ -18,7 +18,6 @@
 #import "token/QELToken.h"
 #import "token/QELTokenDriver.h"
 #import "token/QELTokenSession.h"
-#import "token/SlotSessionPair.h"
 
 /// What every test of the token needs around it: an empty home, the recording dialog library, captured logs, and the
 /// check that nothing of ours stays alive. The PKCS#11 library that the product loads is the test module; a FakeCard
@@ -30,6 +29,10 @@ class TokenTest : public ::testing::Test {
   LiveObjects m_pairs{[SlotSessionPair class]};
   LiveObjects m_operations{[QELAuthOperation class]};
   LiveObjects m_pinPadOperations{[QELPINPadAuthOperation class]};
+  LiveObjects m_certificateItems{[TKTokenKeychainCertificate class]};
+  LiveObjects m_keyItems{[TKTokenKeychainKey class]};
+  LiveObjects m_contents{[TKTokenKeychainContents class]};
+  LiveObjects m_certificates{NSClassFromString(@"QELCertificate")};  // behind every SecCertificateRef
 
  protected:
   static constexpr const char *kReader = "Example Reader 0";
@@ -41,6 +44,9 @@ class TokenTest : public ::testing::Test {
   static std::vector<TestCard::FakeSlot> OneSlot();
   /// The same card on two slots of the reader.
   static std::vector<TestCard::FakeSlot> TwoSlots();
+  /// A card as it may be: three slots with a key each, among slots of other readers, with gaps in their numbers and
+  /// labels in several scripts; the same object handles everywhere, and one identifier in two slots.
+  static std::vector<TestCard::FakeSlot> ThreeSlots();
 
   /// The card in the reader of that name, autoreleased.
   static TKSmartCard *SmartCard(NSString *reader = @"Example Reader 0");

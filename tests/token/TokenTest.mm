@@ -33,6 +33,23 @@ std::vector<FakeSlot> TokenTest::TwoSlots() {
   return slots;
 }
 
+std::vector<FakeSlot> TokenTest::ThreeSlots() {
+  const auto der = TestCertificates::Rsa("Signer");
+  const auto slot = [&](CK_SLOT_ID id, TestCard::ByteString key, const char *certificate, const char *label) {
+    FakeSlot made{id, std::string(kReader) + " " + std::to_string(id), std::to_string(id)};
+    // Private keys first, and not every number is taken.
+    made.objects = {TestCard::PrivateKeyObject(40, key), TestCard::UserCertificate(17, key, certificate, der),
+                    TestCard::PublicKeyObject(5, key, label, CKK_RSA)};
+    return made;
+  };
+  return {FakeSlot{2, "Another Reader"},
+          slot(3, {0x0A}, "\u7b7e\u540d", "\u05de\u05e4\u05ea\u05d7"),
+          FakeSlot{4, ""},
+          slot(0x100000003, {0x0A}, "\u0627\u0644\u062a\u0648\u0642\u064a\u0639", "\u041a\u043b\u044e\u0447"),
+          FakeSlot{0, "Example Reader 1"},
+          slot(1, {0x0C}, "\U0001F511 e\u0301", "\u00e9")};
+}
+
 TKSmartCard *TokenTest::SmartCard(NSString *reader) {
   return [[[TKSmartCard alloc] initWithSlot:[TKSmartCardSlot slotWithName:reader]] autorelease];
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "log/InstalledInterface.h"
@@ -212,13 +213,13 @@ TEST_F(CallbackProvider, EscapesWhatTheEncodingLacks) {
 }
 
 TEST_F(CallbackProvider, LeavesTheLocaleAloneAtLevelOff) {
-  QEL_LogImpl_Callback::Configure(Collect, Level::Off, "C.UTF-8");
+  QEL_LogImpl_Callback::Configure(Collect, Level::Off, Utf8Locale());
   EXPECT_EQ(ScopedLocale::Current(), "C");
 }
 
 TEST_F(CallbackProvider, SetsTheLocaleOfAllCategoriesAboveLevelOff) {
-  QEL_LogImpl_Callback::Configure(Collect, Level::Fatal, "C.UTF-8");
-  EXPECT_EQ(ScopedLocale::Current(), "C.UTF-8");
+  QEL_LogImpl_Callback::Configure(Collect, Level::Fatal, Utf8Locale());
+  EXPECT_EQ(ScopedLocale::Current(), Utf8Locale());
 }
 
 TEST_F(CallbackProvider, IgnoresANullInterface) {
@@ -285,6 +286,11 @@ TEST_F(CallbackProvider, DoesNothingWithAHandleThatIsNoLoggerOfItsOwn) {
   QEL_LogImpl_File ofTheOtherProvider(L"F");
   ExpectRefused<QEL_LogImpl_Callback>(ofTheOtherProvider.ToHandle());
   EXPECT_EQ(g_texts, Texts{});
+}
+
+TEST_F(CallbackProvider, LoggerIsNotCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<QEL_LogImpl_Callback>);
+  EXPECT_FALSE(std::is_copy_assignable_v<QEL_LogImpl_Callback>);
 }
 
 }  // namespace

@@ -2,14 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
+#include "log/QEL_LogImpl_Callback.h"
 #include "tests/tokenlog/RecordingProvider.h"
 #include "tests/tokenlog/ScopedLocale.h"
+#include "util/QELIconv.h"
 
 namespace {
 
@@ -62,6 +68,25 @@ TEST(InstalledInterface, KeepsThePrefixWhenTheProviderChanges) {
   InstalledInterface::Install(nullptr);
   RecordingProvider::Install(RecordingProvider::Interface());
   EXPECT_EQ(InstalledInterface::Get().prefix, L"P");
+}
+
+TEST(InstalledInterface, GivesAPrefixWholeWhileItIsReplaced) {
+  RecordingProvider provider;
+  const std::wstring prefixes[] = {std::wstring(100000, L'a'), std::wstring(100000, L'b')};
+  InstalledInterface::SetPrefix(prefixes[0].c_str());
+  std::atomic<bool> done{false};
+  std::thread setter([&] {
+    for (int i = 0; i < 500; ++i) InstalledInterface::SetPrefix(prefixes[i % 2].c_str());
+    done = true;
+  });
+  while (!done) {
+    const std::wstring prefix = InstalledInterface::Get().prefix;
+    if (prefix != prefixes[0] && prefix != prefixes[1]) {
+      ADD_FAILURE() << "a piece of each";
+      break;
+    }
+  }
+  setter.join();
 }
 
 TEST(InstalledInterface, MayChangeWhileClientsAreMade) {
@@ -202,6 +227,67 @@ TEST(LogClient, DoesWithoutTheFunctionsThatAProviderLacks) {
   EXPECT_EQ(provider.messages, Messages{});
 }
 
+/// Throws in every one of its functions but the creation, and there as well while `creation` is set.
+struct ThrowingProvider {
+  static inline bool creation = false;
+  static int Create(const wchar_t*, HLOGGER* logger) {
+    static int made = 0;
+    *logger = &made;
+    return creation ? throw std::runtime_error("creation") : 1;
+  }
+  static void Destroy(HLOGGER) { throw std::runtime_error("destruction"); }
+  static int Query(HLOGGER) { throw std::bad_alloc(); }
+  static void Write(HLOGGER, const wchar_t*) { throw 1; }
+};
+
+class LogClientOfAThrowingProvider : public ::testing::TestWithParam<bool> {};
+
+TEST_P(LogClientOfAThrowingProvider, FailsNoCaller) {
+  RecordingProvider cleansUp;
+  ThrowingProvider::creation = GetParam();
+  using P = ThrowingProvider;
+  RecordingProvider::Install({P::Create, P::Destroy, P::Query, P::Query, P::Query, P::Query, P::Query,  //
+                              P::Write, P::Write, P::Write, P::Write, P::Write});
+  EXPECT_NO_THROW({
+    const LogClient client(L"A");
+    UseAll(client);
+    EXPECT_EQ(Queries(client), kAllOff);
+  });
+}
+
+INSTANTIATE_TEST_SUITE_P(Creation, LogClientOfAThrowingProvider, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "Throws" : "Succeeds"; });
+
+TEST(LogClient, FailsNoCallerWhenTheCallbackProviderHasNoConverter) {
+  QEL_LogInterface callback{};
+  QEL_LogImpl_Callback::GetInterface(&callback);
+  const ScopedLocale locale("C");
+  static int calls;
+  calls = 0;
+  QEL_LogImpl_Callback::Configure([](auto, auto, auto) { ++calls; }, QEL_LogImpl_Callback::LogLevel::Debug, "C");
+  RecordingProvider cleansUp;
+  RecordingProvider::Install(callback);
+  const LogClient client(L"A");
+  QELIconv::SetDefaultEncoding("no-such-encoding");
+  EXPECT_NO_THROW(UseAll(client));
+  QELIconv::SetDefaultEncoding("UTF-8");
+  EXPECT_EQ(calls, 0);
+  client.Info(L"x");
+  EXPECT_EQ(calls, 1);
+  QEL_LogImpl_Callback::Configure(nullptr, QEL_LogImpl_Callback::LogLevel::Off, "C");
+}
+
+TEST(LogClient, FormatsNothingWithoutALogger) {
+  RecordingProvider provider;
+  const LogClient without(L".");
+  const LogClient with(L"A");
+  int formatted = 0;
+  without.InfoFormat(L"abc%n", &formatted);
+  EXPECT_EQ(formatted, 0);
+  with.InfoFormat(L"abc%n", &formatted);
+  EXPECT_EQ(formatted, 3);
+}
+
 TEST(LogClient, DestroysItsLoggerOnce) {
   RecordingProvider provider;
   auto client = std::make_unique<LogClient>(L"A");
@@ -252,7 +338,7 @@ TEST(LogClient, ReplacesAnEmptyFormattedMessage) {
 
 TEST(LogClient, ReplacesAMessageThatCannotBeFormatted) {
   RecordingProvider provider;
-  const ScopedLocale locale("C.UTF-8");
+  const ScopedLocale locale(Utf8Locale());
   LogClient(L"A").ErrorFormat(L"%s", "\xff");
   EXPECT_EQ(provider.messages, (Messages{{2, L"Message too long."}}));
 }
@@ -262,6 +348,11 @@ TEST(LogClient, WritesAPlainMessageOfAnyLengthAsItIs) {
   const std::wstring text = std::wstring(10000, L'x') + L"%d %ls";
   LogClient(L"A").Info(text.c_str());
   EXPECT_EQ(provider.messages, (Messages{{4, text}}));
+}
+
+TEST(LogClient, IsNotCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<LogClient>);
+  EXPECT_FALSE(std::is_copy_assignable_v<LogClient>);
 }
 
 }  // namespace

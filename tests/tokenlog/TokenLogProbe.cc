@@ -23,6 +23,7 @@
 #include "log/QELLoggerImpl.h"
 #include "log/QEL_LogImpl_File.h"
 #include "log/TokenLog.h"
+#include "util/QELIconv.h"
 
 namespace {
 
@@ -121,6 +122,8 @@ void Do(const std::string& command) {
       threads.emplace_back([=] { Repeat(std::string(100, letter), times); });
     }
     for (std::thread& thread : threads) thread.join();
+  } else if (command == "encoding") {
+    QELIconv::SetDefaultEncoding(Take());
   } else if (command == "noConverter") {
     g_noConverter = true;
   } else if (command == "dropPrivileges") {

@@ -19,4 +19,18 @@ class Failing {
   Failing& operator=(const Failing&) = delete;
 };
 
+/// Lets the converters that this thread opens during the lifetime of the object replace what their target lacks by a
+/// question mark and count it, as some systems' do, instead of stopping there. A converter that stops for another
+/// reason has forgotten its count, as POSIX allows.
+class Replacing {
+ public:
+  Replacing();
+  ~Replacing();
+  Replacing(const Replacing&) = delete;
+  Replacing& operator=(const Replacing&) = delete;
+
+  /// Number of question marks that were written.
+  int Count() const;
+};
+
 }  // namespace IconvSpy

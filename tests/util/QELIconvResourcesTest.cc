@@ -30,6 +30,12 @@ TEST(QELIconvResources, AConverterIsPutIntoItsInitialStateOnceBeforeItConverts) 
   EXPECT_EQ(IconvSpy::FreshStarts(), before + 1);
 }
 
+TEST(QELIconvResources, ALongInputNeedsOneConverterWhereTheTargetHasEveryCharacter) {
+  const int before = IconvSpy::FreshStarts();
+  Convert<wchar_t, char>(std::string(1024 * 1024, 'a'));
+  EXPECT_EQ(IconvSpy::FreshStarts(), before + 1);
+}
+
 TEST(QELIconvResources, ACharacterThatNeedsMoreThanTheBufferIsConvertedAllTheSame) {
   EXPECT_EQ((Convert<char, char>("\xBD", "ISO-8859-1", "ASCII//TRANSLIT")), " 1/2 ");
 }

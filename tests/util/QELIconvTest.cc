@@ -1,6 +1,7 @@
 #include "util/QELIconv.h"
 
 #include <gtest/gtest.h>
+#include <iconv.h>
 
 #include "tests/util/MessageOf.h"
 
@@ -78,6 +79,21 @@ TEST_F(DefaultEncoding, ReachesTheEscapesToo) {
             "iconv_open from encoding 'no-such-encoding' to 'UTF-32LE' failed");
 }
 
+TEST_F(DefaultEncoding, IsWhatTheTextOfAnEscapeIsReadIn) {
+  QELIconv::SetDefaultEncoding("UTF-16BE");
+  EXPECT_EQ((Convert<wchar_t, char>("\xFF", "UTF-8")), L"\u275c\u7866\u6627") << "the six bytes of '\\xff'";
+  EXPECT_EQ((Convert<char16_t, char>("\xFF", "UTF-8")), u"\u275c\u7866\u6627");
+  EXPECT_EQ((Convert<char, wchar_t>(L"\u00e9", "", "ASCII")), "'\\xe9'") << "read and written in the same encoding";
+}
+
+TEST_F(DefaultEncoding, IsNotWhatTheHelpersWriteIn) {
+  QELIconv::SetDefaultEncoding("ISO-8859-1");
+  EXPECT_EQ(QELIconv::Helpers::WideChar2String(L"\u00e9", false), "\xC3\xA9") << "UTF-8";
+  EXPECT_EQ(QELIconv::Helpers::WideChar2String(L"\u00e9", true), "'\\xe9'") << "ASCII";
+  EXPECT_EQ(QELIconv::Helpers::MultiByte2WideChar("\xE9", 0, nullptr), L"\u00e9");
+  EXPECT_EQ(QELIconv::Helpers::MultiByte2WideChar("\xC3\xA9", 0, "UTF-8"), L"\u00e9");
+}
+
 TEST(QELIconv, ALongInputIsConvertedThroughSeveralPassesOfTheBuffer) {
   std::string narrow;
   std::wstring wide;
@@ -87,6 +103,53 @@ TEST(QELIconv, ALongInputIsConvertedThroughSeveralPassesOfTheBuffer) {
   }
   EXPECT_TRUE((Convert<wchar_t, char>(narrow, "UTF-8") == wide));
   EXPECT_TRUE((Convert<char, wchar_t>(wide, "", "UTF-8") == narrow));
+}
+
+/// The bytes of a text whose characters hold several each.
+template <typename Char>
+std::string BytesOf(const std::basic_string<Char>& text) {
+  return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(Char)};
+}
+
+TEST(QELIconv, TheSlicesOfALongInputAreInvisibleWhereTheTargetTypeIsWiderThanTheEncodingsUnit) {
+  std::string text;  // no slice of 1 MiB ends between two characters here
+  while (text.size() < 3 * 1024 * 1024) text += "\xE2\x82\xAC";
+  EXPECT_EQ(text.size() % 4, 0u);
+  EXPECT_TRUE(BytesOf(Convert<char16_t, char>(text, "UTF-8", "UTF-8")) == text);
+  EXPECT_TRUE(BytesOf(Convert<char32_t, char>(text, "UTF-8", "UTF-8")) == text);
+  EXPECT_TRUE(BytesOf(Convert<wchar_t, char>(text, "UTF-8", "UTF-8")) == text);
+}
+
+TEST(QELIconv, BytesThatMakeNoWholeCharacterOfTheTargetTypeAreLeftOut) {
+  EXPECT_EQ(BytesOf(Convert<char16_t, char>("abc", "UTF-8", "UTF-8")), "ab");
+  EXPECT_EQ(BytesOf(Convert<char16_t, char>("abc\xFF"
+                                            "de",
+                                            QELIconv::HandleErrIgnore<char, char16_t>, "UTF-8", "UTF-8")),
+            "abde");
+}
+
+/// What the platform's converter writes into a large buffer, from its initial state on.
+std::string Bare(const char* from, const char* to, std::string text) {
+  const iconv_t converter = iconv_open(to, from);
+  char* input = text.data();
+  size_t count = text.size();
+  char buffer[100];
+  char* output = buffer;
+  size_t room = sizeof buffer;
+  iconv(converter, nullptr, nullptr, &output, &room);
+  EXPECT_EQ(iconv(converter, &input, &count, &output, &room), 0u);
+  iconv_close(converter);
+  return {buffer, output};
+}
+
+TEST(QELIconv, TheResultBeginsWithWhatTheConverterWritesToSetItsInitialState) {
+  const std::string korean = Bare("UTF-8", "ISO-2022-KR", "a\xEA\xB0\x80");
+  ASSERT_EQ(korean.rfind("\x1b$)C", 0), 0u) << "the announcement of the character set";
+  EXPECT_EQ((Convert<char, char>("a\xEA\xB0\x80", "UTF-8", "ISO-2022-KR")), korean);
+  EXPECT_EQ((Convert<char, char>("a\xEA\xB0\x80\xFF", QELIconv::HandleErrIgnore<char, char>, "UTF-8", "ISO-2022-KR")),
+            korean);
+  EXPECT_EQ((Convert<char, char>("\xFF", QELIconv::HandleErrIgnore<char, char>, "UTF-8", "ISO-2022-KR")),
+            Bare("UTF-8", "ISO-2022-KR", ""));
 }
 
 TEST(QELIconv, TheShiftStateIsLeftAsItIsAtTheEnd) {
@@ -142,6 +205,21 @@ TEST(QELIconv, NarrowToWideTakesTheThreeKindsOfHandler) {
     return std::wstring(L"?");
   };
   EXPECT_EQ(QELIconv::MultiByte2WideChar("a\xFF", question, "UTF-8"), L"a?");
+}
+
+TEST(QELIconv, AHandlerDoesNotDecideAboutTheEncoding) {
+  const QELIconv::ErrHandler<char, wchar_t> wide = QELIconv::HandleErrIgnore<char, wchar_t>;
+  const QELIconv::ErrHandler<wchar_t, char> narrow = QELIconv::HandleErrIgnore<wchar_t, char>;
+  const std::string text = "\xE4\xFF";  // both are characters there
+  EXPECT_EQ(QELIconv::MultiByte2WideChar(text, wide, "ISO-8859-5"), L"\u0444\u045f");
+  EXPECT_EQ(QELIconv::MultiByte2WideChar(text, QELIconv::HandleErrIgnore<char, wchar_t>, "ISO-8859-5"),
+            L"\u0444\u045f");
+  EXPECT_EQ(QELIconv::WideChar2String(L"\u0444\u00e4", narrow, "ISO-8859-5"), "\xE4");
+  EXPECT_EQ(QELIconv::WideChar2String(L"\u0444\u00e4", QELIconv::HandleErrIgnore<wchar_t, char>, "ISO-8859-5"), "\xE4");
+  EXPECT_EQ((Convert<char, char>(text, "ISO-8859-5", "KOI8-R")), "\xC6'\\xff'");
+  const QELIconv::ErrHandler<char, char> ignore = QELIconv::HandleErrIgnore<char, char>;
+  EXPECT_EQ((Convert<char, char>(text, ignore, "ISO-8859-5", "KOI8-R")), "\xC6");
+  EXPECT_EQ((Convert<char, char>(text, QELIconv::HandleErrIgnore<char, char>, "ISO-8859-5", "KOI8-R")), "\xC6");
 }
 
 TEST(QELIconvHelpers, PointersMayBeNullAndALengthOfZeroMeansUpToTheNul) {

@@ -65,6 +65,16 @@ TEST(QELUtils, TheClockIsTheSystems) {
   EXPECT_LE(QELUtils::timegm(now), after);
 }
 
+TEST(QELUtils, EveryTimeIsOneReadingOfTheClock) {
+  const FakeClock clock(1709640000, 999999);
+  QELUtils::GetLocalTime(false);
+  EXPECT_EQ(clock.Reads(), 1);
+  QELUtils::GetUTCTime(true);
+  EXPECT_EQ(clock.Reads(), 2);
+  QELUtils::GetUTCTimeNanoStr();
+  EXPECT_EQ(clock.Reads(), 3);
+}
+
 TEST(QELUtils, TheUtcStampHasNineDigitsOfNanoseconds) {
   const ScopedTimeZone zone(kCentralEurope);
   {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -67,6 +69,20 @@ TEST_F(UniqueHandleTest, ResetClosesTheOldHandleAndKeepsTheNew) {
   number.Reset();
   EXPECT_EQ(Closed(), (std::vector<int>{7, 8}));
   EXPECT_FALSE(number);
+}
+
+TEST_F(UniqueHandleTest, MovingFromItselfKeepsTheHandle) {
+  Number number(7);
+  Number& same = number;
+  number = std::move(same);
+  EXPECT_EQ(number.Get(), 7);
+  EXPECT_TRUE(Closed().empty());
+}
+
+TEST_F(UniqueHandleTest, IsMovedAndNeverCopied) {
+  EXPECT_FALSE(std::is_copy_constructible_v<Number>);
+  EXPECT_FALSE(std::is_copy_assignable_v<Number>);
+  EXPECT_FALSE((std::is_convertible_v<int, Number>)) << "ownership is taken in so many words";
 }
 
 }  // namespace

@@ -20,6 +20,9 @@ typedef long CFIndex;
 typedef const void *CFTypeRef;
 typedef const struct CF_BRIDGED_TYPE(NSString) __CFString *CFStringRef;
 typedef const struct CF_BRIDGED_TYPE(NSData) __CFData *CFDataRef;
+typedef const struct CF_BRIDGED_TYPE(NSArray) __CFArray *CFArrayRef;
+typedef const struct CF_BRIDGED_TYPE(NSDictionary) __CFDictionary *CFDictionaryRef;
+typedef struct CF_BRIDGED_TYPE(NSError) __CFError *CFErrorRef;
 typedef const struct __CFAllocator *CFAllocatorRef;
 
 #pragma clang assume_nonnull begin

@@ -10,5 +10,6 @@
 #import <CryptoTokenKit/TKToken.h>
 #import <CryptoTokenKit/TKTokenConfiguration.h>
 #import <CryptoTokenKit/TKTokenKeychainItem.h>
+#import <CryptoTokenKit/TKTokenWatcher.h>
 
 #endif  // QEL_PLATFORM_CRYPTOTOKENKIT_CRYPTOTOKENKIT_H_

@@ -35,23 +35,36 @@ typedef NS_ENUM(NSInteger, TKSmartCardPINJustification) {
 
 @class TKSmartCard;
 
-/// The readers of the machine.
-@interface TKSmartCardSlotManager : NSObject
+@class TKSmartCardSlot;
 
-/// Nil: this system has no reader manager of its own, as a process without the smart-card entitlement sees it.
+/// The readers of the machine.
+@interface TKSmartCardSlotManager : NSObject {
+  NSArray *m_slotNames;
+}
+
+/// Nil in a process that was not told of a smart-card service, as for one without the smart-card entitlement.
 + (nullable TKSmartCardSlotManager *)defaultManager;
+
+/// Observable; changes on the main thread, while its run loop runs.
+@property(readonly) NSArray<NSString *> *slotNames;
+
+/// Returns nil when there is no such reader.
+- (nullable TKSmartCardSlot *)slotNamed:(NSString *)name;
 
 @end
 
 /// A reader.
 @interface TKSmartCardSlot : NSObject {
   NSString *m_name;
+  TKSmartCardSlotState m_state;
 }
 
 @property(nonatomic, readonly) NSString *name;
 
-/// Not modelled, each raises NSInternalInconsistencyException: nothing here talks to a card but the PKCS#11 library.
+/// Observable for a reader of the reader manager, as its list of names is; missing for any other.
 @property(readonly) TKSmartCardSlotState state;
+
+/// Not modelled, each raises NSInternalInconsistencyException: nothing here talks to a card but the PKCS#11 library.
 @property(readonly, nullable) TKSmartCardATR *ATR;
 @property(nonatomic, readonly) NSInteger maxInputLength;
 @property(nonatomic, readonly) NSInteger maxOutputLength;

@@ -18,6 +18,16 @@ CF_EXPORT CFDataRef SecCertificateCopyData(SecCertificateRef certificate);
 /// NULL when the certificate holds nothing to show.
 CF_EXPORT _Nullable CFStringRef SecCertificateCopySubjectSummary(SecCertificateRef certificate);
 
+CF_EXPORT const CFStringRef kSecPropertyKeyValue;
+CF_EXPORT const CFStringRef kSecOIDX509V1ValidityNotBefore;
+CF_EXPORT const CFStringRef kSecOIDX509V1ValidityNotAfter;
+
+/// The values of `keys`, of the two dates of validity: each a dictionary with the seconds since the reference date of
+/// Foundation as kSecPropertyKeyValue. A date that the certificate does not tell properly is left out. The caller owns
+/// the result; `error` stays as it was.
+CF_EXPORT _Nullable CFDictionaryRef SecCertificateCopyValues(SecCertificateRef certificate, CFArrayRef _Nullable keys,
+                                                             CFErrorRef _Nullable* _Nullable error);
+
 /// Not modelled: raises NSInternalInconsistencyException.
 CF_EXPORT _Nullable SecKeyRef SecCertificateCopyKey(SecCertificateRef certificate);
 

@@ -6,11 +6,10 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-/// Whether `object`'s class adopts the protocol. By name: the runtime sets up a protocol object only in files whose
-/// classes adopt it, and a test against any other copy of it says no.
-static inline BOOL QELAdopts(id object, NSString *protocol) {
-  return [object conformsToProtocol:NSProtocolFromString(protocol)];
-}
+/// Whether `object` becomes its own delegate: its class adopts the protocol, and no test has switched that off. By
+/// name: the runtime sets up a protocol object only in files whose classes adopt it, and a test against any other copy
+/// of it says no.
+BOOL QELIsItsOwnDelegate(id object, NSString *protocol);
 
 @interface TKToken (QELPrivate)
 - (NSString *)instanceID;
@@ -18,6 +17,17 @@ static inline BOOL QELAdopts(id object, NSString *protocol) {
 
 @interface TKSmartCardToken (QELPrivate)
 - (TKSmartCard *)smartCard;
+@end
+
+@interface TKSmartCardSlot (QELPrivate)
+/// A reader of the smart-card service, whose changes it tells.
+- (instancetype)initFollowed:(NSString *)name;
+@end
+
+@interface TKTokenWatcherTokenInfo (QELPrivate)
+- (instancetype)initWithTokenID:(NSString *)tokenID
+                       slotName:(nullable NSString *)slotName
+                     driverName:(nullable NSString *)driverName;
 @end
 
 @interface TKTokenKeychainContents (QELPrivate)

@@ -1,6 +1,8 @@
 #import <CryptoTokenKit/TKSmartCard.h>
 
+#import "platform/src/CryptoTokenKit/TKPrivate.h"
 #import "platform/src/NotModelled.h"
+#import "platform/src/service/SmartCardService.h"
 #import "platform/testing/TKTesting.h"
 
 @implementation TKSmartCardSlot
@@ -13,14 +15,34 @@
   return slot;
 }
 
+- (instancetype)initFollowed:(NSString *)name {
+  self = [super init];
+  if (self) {
+    m_name = [name copy];
+    m_state = [[QELSmartCardService sharedService] stateOfReader:name];
+    [QELSmartCardService tellOfChanges:self];
+  }
+  return self;
+}
+
 - (void)dealloc {
+  [[NSNotificationCenter defaultCenter] removeObserver:self];
   [m_name release];
   [super dealloc];
 }
 
 - (TKSmartCardSlotState)state {
-  QEL_NOT_MODELLED_METHOD();
-  return TKSmartCardSlotStateMissing;
+  return m_state;
+}
+
+- (void)serviceDidChange {
+  const TKSmartCardSlotState state = [[QELSmartCardService sharedService] stateOfReader:m_name];
+  if (state == m_state) {
+    return;
+  }
+  [self willChangeValueForKey:@"state"];
+  m_state = state;
+  [self didChangeValueForKey:@"state"];
 }
 
 - (TKSmartCardATR *)ATR {

@@ -5,6 +5,12 @@
 #import "platform/src/CryptoTokenKit/TKPrivate.h"
 #import "platform/src/NotModelled.h"
 
+static BOOL s_delegatesAreInstalled = YES;
+
+BOOL QELIsItsOwnDelegate(id object, NSString *protocol) {
+  return s_delegatesAreInstalled && [object conformsToProtocol:NSProtocolFromString(protocol)];
+}
+
 @implementation TKToken
 
 @synthesize tokenDriver = m_tokenDriver;
@@ -17,7 +23,7 @@
     m_tokenDriver = [tokenDriver retain];
     m_instanceID = [instanceID copy];
     m_keychainContents = [[TKTokenKeychainContents alloc] initEmpty];
-    if (QELAdopts(self, @"TKTokenDelegate")) {
+    if (QELIsItsOwnDelegate(self, @"TKTokenDelegate")) {
       m_delegate = (id<TKTokenDelegate>)self;
     }
   }
@@ -34,6 +40,10 @@
 - (TKTokenConfiguration *)configuration {
   QEL_NOT_MODELLED_METHOD();
   return nil;
+}
+
++ (void)setDelegatesAreInstalled:(BOOL)installed {
+  s_delegatesAreInstalled = installed;
 }
 
 - (NSString *)instanceID {

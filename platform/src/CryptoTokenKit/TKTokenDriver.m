@@ -8,7 +8,7 @@
 
 - (instancetype)init {
   self = [super init];
-  if (self && QELAdopts(self, @"TKTokenDriverDelegate")) {
+  if (self && QELIsItsOwnDelegate(self, @"TKTokenDriverDelegate")) {
     m_delegate = (id<TKTokenDriverDelegate>)self;
   }
   return self;

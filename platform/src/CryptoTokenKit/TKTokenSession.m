@@ -11,7 +11,7 @@
   self = [super init];
   if (self) {
     m_token = [token retain];
-    if (QELAdopts(self, @"TKTokenSessionDelegate")) {
+    if (QELIsItsOwnDelegate(self, @"TKTokenSessionDelegate")) {
       m_delegate = (id<TKTokenSessionDelegate>)self;
     }
   }

@@ -2,6 +2,7 @@
 
 #include <execinfo.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -29,6 +30,7 @@ void Report(int number) {
 void PrepareForCrash() {
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);
+  prctl(PR_SET_DUMPABLE, 0);  // a core that is piped to a program knows no limit
   const char* wanted = std::getenv("QEL_BACKTRACE");
   if (wanted == nullptr || std::strcmp(wanted, "1") != 0) return;
 

@@ -66,6 +66,15 @@ void SetPIN(TKTokenAuthOperation *operation, const Wire::Attachment &attachment)
   }
 }
 
+/// The real platform promises the card in the methods of the session's delegate only, and finishWithError: is none.
+class CardOutOfReach {
+ public:
+  CardOutOfReach() { [TKSmartCardTokenSession setCardIsOutOfReach:YES]; }
+  ~CardOutOfReach() { [TKSmartCardTokenSession setCardIsOutOfReach:NO]; }
+  CardOutOfReach(const CardOutOfReach &) = delete;
+  CardOutOfReach &operator=(const CardOutOfReach &) = delete;
+};
+
 template <class Entry>
 Entry &Known(std::map<int64_t, Entry> &entries, const json &arguments, const char *kind) {
   const auto found = entries.find(arguments.at(kind).get<int64_t>());
@@ -180,8 +189,13 @@ Message ExtensionServer::State::CreateToken(const json &arguments, const Wire::A
     items.push_back(DescriptionOf(item));
   }
   m_tokens.emplace(++m_lastIdentifier, Owned<TKToken>(token));
-  return Result(
+  Message answer = Result(
       {{"token", m_lastIdentifier}, {"instanceID", [[token instanceID] UTF8String]}, {"items", std::move(items)}});
+  // Whoever cannot learn of the token cannot end it.
+  if (!Wire::Fits(answer)) {
+    EndToken(m_lastIdentifier);
+  }
+  return answer;
 }
 
 Message ExtensionServer::State::CreateSession(const json &arguments, const Wire::Attachment &) {
@@ -286,6 +300,7 @@ Message ExtensionServer::State::FinishAuth(const json &arguments, const Wire::At
     SetPIN(operation, attachment);
   }
   NSError *error = nil;
+  const CardOutOfReach outOfReach;
   return [operation finishWithError:&error] ? Result() : Failure(error);
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/src/Foundation/CrashReport.h"
+#include "platform/src/Foundation/DefaultsDatabase.h"
 #include "platform/src/Foundation/ExtensionServer.h"
 
 namespace {
@@ -32,6 +33,11 @@ std::optional<int> HostSocket(int argc, char** argv) {
   return std::nullopt;
 }
 
+Wire::Message Refusal(const std::string& problem) {
+  const nlohmann::json error = {{"domain", "Wire"}, {"code", 0}, {"description", problem}};
+  return {{{"ok", false}, {"error", error}}, {}};
+}
+
 /// The answer to `request`, also to one that makes no sense. Other exceptions of C++ come from the extension's own code
 /// and end the process, as they do in the real service.
 Wire::Message Answer(ExtensionServer& server, const Wire::Message& request) {
@@ -43,8 +49,21 @@ Wire::Message Answer(ExtensionServer& server, const Wire::Message& request) {
   } catch (const nlohmann::json::exception& missing) {
     problem = missing.what();
   }
-  const nlohmann::json error = {{"domain", "Wire"}, {"code", 0}, {"description", problem}};
-  return {{{"ok", false}, {"error", error}}, {}};
+  return Refusal(problem);
+}
+
+/// An answer that is too long to be sent costs its request, not the process and all logins in it.
+void SendAnswer(int socket, const Wire::Message& answer) {
+  std::string problem;
+  try {
+    return Wire::Send(socket, answer);
+  } catch (const Wire::ProtocolError& tooLong) {
+    if (tooLong.kind() != Wire::ProtocolError::Kind::TooLong) {
+      throw;
+    }
+    problem = tooLong.what();
+  }
+  Wire::Send(socket, Refusal("the answer is too long: " + problem));
 }
 
 void Serve(int socket) {
@@ -53,7 +72,7 @@ void Serve(int socket) {
     const auto start = std::chrono::steady_clock::now();
     Wire::Message answer = Answer(server, *request);
     answer.header["nanoseconds"] = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
-    Wire::Send(socket, answer);
+    SendAnswer(socket, answer);
   }
 }
 
@@ -67,6 +86,7 @@ extern "C" int NSExtensionMain(int argc, char** argv) {
     std::fprintf(stderr, "%s: an extension is started by its host, with --host-socket=DESCRIPTOR\n", argv[0]);
     return ExitUsage;
   }
+  UseNoDefaultsDatabase();
   try {
     Serve(*socket);
   } catch (const Wire::ProtocolError& problem) {

@@ -20,6 +20,13 @@ NSString *Name(X509Certificate::KeyType type) {
   }
 }
 
+/// Nil for a date that the certificate does not tell properly.
+NSNumber *SinceReferenceDate(const std::optional<int64_t> &secondsSince1970) {
+  return secondsSince1970
+             ? [[NSNumber alloc] initWithDouble:static_cast<double>(*secondsSince1970) - NSTimeIntervalSince1970]
+             : nil;
+}
+
 }  // namespace
 
 @implementation QELCertificate
@@ -30,6 +37,8 @@ NSString *Name(X509Certificate::KeyType type) {
 @synthesize keySizeInBits = m_keySizeInBits;
 @synthesize publicKeyData = m_publicKeyData;
 @synthesize publicKeyHash = m_publicKeyHash;
+@synthesize notBefore = m_notBefore;
+@synthesize notAfter = m_notAfter;
 
 - (instancetype)initWithData:(NSData *)data {
   self = [super init];
@@ -51,6 +60,8 @@ NSString *Name(X509Certificate::KeyType type) {
   m_keySizeInBits = facts->keySizeInBits;
   m_publicKeyData = Copy(facts->publicKey);
   m_publicKeyHash = Copy(facts->publicKeyHash);
+  m_notBefore = SinceReferenceDate(facts->notBefore);
+  m_notAfter = SinceReferenceDate(facts->notAfter);
   return self;
 }
 
@@ -59,6 +70,8 @@ NSString *Name(X509Certificate::KeyType type) {
   [m_subjectSummary release];
   [m_publicKeyData release];
   [m_publicKeyHash release];
+  [m_notBefore release];
+  [m_notAfter release];
   [super dealloc];
 }
 

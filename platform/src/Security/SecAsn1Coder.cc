@@ -14,33 +14,51 @@ struct SecAsn1Coder {
 
 namespace {
 
-void AppendTagged(Bytes& out, uint8_t tag, const Bytes& content) {
-  out.push_back(tag);
-  if (content.size() < 0x80) {
-    out.push_back(static_cast<uint8_t>(content.size()));
-  } else {
-    Bytes length;
-    for (size_t rest = content.size(); rest > 0; rest >>= 8) {
-      length.push_back(static_cast<uint8_t>(rest));
+/// An unsigned INTEGER: without leading zero bytes, with one in front where the top bit would be set.
+struct UnsignedInteger {
+  explicit UnsignedInteger(const SecAsn1Item& item)
+      : m_last(item.Data + item.Length),
+        m_first(item.Length == 0
+                    ? m_last
+                    : std::find_if<const uint8_t*>(item.Data, m_last - 1, [](uint8_t byte) { return byte != 0; })),
+        m_zeroInFront(m_first != m_last && (*m_first & 0x80) != 0) {}
+
+  size_t Length() const { return static_cast<size_t>(m_last - m_first) + (m_zeroInFront ? 1 : 0); }
+
+  void AppendTo(Bytes& out) const {
+    if (m_zeroInFront) {
+      out.push_back(0);
     }
-    out.push_back(static_cast<uint8_t>(0x80 | length.size()));
-    out.insert(out.end(), length.rbegin(), length.rend());
+    out.insert(out.end(), m_first, m_last);
   }
-  out.insert(out.end(), content.begin(), content.end());
+
+ private:
+  const uint8_t* m_last;
+  const uint8_t* m_first;
+  bool m_zeroInFront;
+};
+
+size_t BytesOfLength(size_t length) {
+  size_t bytes = 1;
+  for (size_t rest = length; length >= 0x80 && rest > 0; rest >>= 8) {
+    ++bytes;
+  }
+  return bytes;
 }
 
-Bytes UnsignedInteger(const SecAsn1Item& item) {
-  if (item.Length == 0) {
-    return {};
+void AppendHeader(Bytes& out, uint8_t tag, size_t length) {
+  out.push_back(tag);
+  const size_t more = BytesOfLength(length) - 1;
+  out.push_back(static_cast<uint8_t>(more == 0 ? length : 0x80 | more));
+  for (size_t shift = 8 * more; shift > 0; shift -= 8) {
+    out.push_back(static_cast<uint8_t>(length >> (shift - 8)));
   }
-  const uint8_t* const last = item.Data + item.Length - 1;
-  const uint8_t* const first = std::find_if<const uint8_t*>(item.Data, last, [](uint8_t byte) { return byte != 0; });
-  Bytes content;
-  if (*first & 0x80) {
-    content.push_back(0);
-  }
-  content.insert(content.end(), first, last + 1);
-  return content;
+}
+
+SecAsn1Item ItemOf(const void* source, const SecAsn1Template& entry) {
+  SecAsn1Item item;
+  std::memcpy(&item, static_cast<const uint8_t*>(source) + entry.offset, sizeof item);
+  return item;
 }
 
 }  // namespace
@@ -69,21 +87,27 @@ OSStatus SecAsn1EncodeItem(SecAsn1CoderRef coder, const void* src, const SecAsn1
   if (templates->kind != SEC_ASN1_SEQUENCE || templates->sub != nullptr) {
     return errSecParam;
   }
-  Bytes content;
+  size_t length = 0;
   for (const SecAsn1Template* entry = templates + 1; entry->kind != 0; ++entry) {
     if (entry->kind != SEC_ASN1_INTEGER || entry->sub != nullptr) {
       return errSecParam;
     }
-    SecAsn1Item item;
-    std::memcpy(&item, static_cast<const uint8_t*>(src) + entry->offset, sizeof item);
+    const SecAsn1Item item = ItemOf(src, *entry);
     if (item.Data == nullptr && item.Length != 0) {
       return errSecParam;
     }
-    AppendTagged(content, SEC_ASN1_INTEGER, UnsignedInteger(item));
+    const size_t integer = UnsignedInteger(item).Length();
+    length += 1 + BytesOfLength(integer) + integer;
   }
   constexpr uint8_t sequence = 0x20 | SEC_ASN1_SEQUENCE;
   Bytes& encoded = coder->encoded.emplace_back();
-  AppendTagged(encoded, sequence, content);
+  encoded.reserve(1 + BytesOfLength(length) + length);
+  AppendHeader(encoded, sequence, length);
+  for (const SecAsn1Template* entry = templates + 1; entry->kind != 0; ++entry) {
+    const UnsignedInteger integer(ItemOf(src, *entry));
+    AppendHeader(encoded, SEC_ASN1_INTEGER, integer.Length());
+    integer.AppendTo(encoded);
+  }
   *dest = {encoded.size(), encoded.data()};
   return errSecSuccess;
 }

@@ -12,6 +12,8 @@
   NSInteger m_keySizeInBits;
   NSData *m_publicKeyData;
   NSData *m_publicKeyHash;
+  NSNumber *m_notBefore;
+  NSNumber *m_notAfter;
 }
 
 /// Returns nil when `data` is not exactly one DER certificate.
@@ -23,5 +25,7 @@
 @property(readonly, nonatomic) NSInteger keySizeInBits;
 @property(readonly, nonatomic) NSData *publicKeyData;
 @property(readonly, nonatomic) NSData *publicKeyHash;
+@property(readonly, nonatomic) NSNumber *notBefore;  ///< seconds since the reference date; nil when it tells none
+@property(readonly, nonatomic) NSNumber *notAfter;   ///< the same
 
 @end

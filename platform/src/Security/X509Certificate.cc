@@ -121,17 +121,25 @@ std::vector<uint8_t> UncompressedPoint(const EVP_PKEY* key, size_t fieldBytes) {
   return point;
 }
 
-/// The number of bits of the field of a curve over a prime field; 0 for other curves.
-long PrimeFieldBits(const EVP_PKEY* key) {
-  BIGNUM* prime = nullptr;
-  char field[32] = "";
-  long bits = 0;
-  if (EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_EC_FIELD_TYPE, field, sizeof field, nullptr) == 1 &&
-      std::string(field) == SN_X9_62_prime_field && EVP_PKEY_get_bn_param(key, OSSL_PKEY_PARAM_EC_P, &prime) == 1) {
-    bits = BN_num_bits(prime);
+/// The number of bits of the field of one of the four curves that the framework takes; 0 for every other curve, also
+/// for one that is not named.
+long FieldBits(const EVP_PKEY* key) {
+  char curve[32] = "";
+  if (EVP_PKEY_get_group_name(key, curve, sizeof curve, nullptr) != 1) {
+    return 0;
   }
-  BN_free(prime);
-  return bits;
+  switch (OBJ_sn2nid(curve)) {
+    case NID_X9_62_prime192v1:
+      return 192;
+    case NID_X9_62_prime256v1:
+      return 256;
+    case NID_secp384r1:
+      return 384;
+    case NID_secp521r1:
+      return 521;
+    default:
+      return 0;
+  }
 }
 
 void ReadKey(const EVP_PKEY* key, X509Certificate& facts) {
@@ -140,7 +148,7 @@ void ReadKey(const EVP_PKEY* key, X509Certificate& facts) {
     facts.keySizeInBits = EVP_PKEY_get_bits(key);
     facts.publicKey = RsaPublicKey(key);
   } else if (type == EVP_PKEY_EC) {
-    facts.keySizeInBits = PrimeFieldBits(key);
+    facts.keySizeInBits = FieldBits(key);
     if (facts.keySizeInBits > 0) {
       facts.publicKey = UncompressedPoint(key, static_cast<size_t>(facts.keySizeInBits + 7) / 8);
     }
@@ -151,6 +159,17 @@ void ReadKey(const EVP_PKEY* key, X509Certificate& facts) {
   facts.keyType = type == EVP_PKEY_RSA ? X509Certificate::KeyType::RSA : X509Certificate::KeyType::EC;
   facts.publicKeyHash.resize(SHA_DIGEST_LENGTH);
   SHA1(facts.publicKey.data(), facts.publicKey.size(), facts.publicKeyHash.data());
+}
+
+std::optional<int64_t> SecondsSince1970(const ASN1_TIME* time) {
+  constexpr int64_t kSecondsPerDay = 24 * 60 * 60;
+  const std::unique_ptr<ASN1_TIME, FreeWith<ASN1_TIME_free>> epoch(ASN1_TIME_set(nullptr, 0));
+  int days = 0;
+  int seconds = 0;
+  if (!epoch || ASN1_TIME_diff(&days, &seconds, epoch.get(), time) != 1) {
+    return std::nullopt;
+  }
+  return days * kSecondsPerDay + seconds;
 }
 
 }  // namespace
@@ -164,6 +183,8 @@ std::optional<X509Certificate> ParseX509(const uint8_t* der, size_t length) {
   }
   X509Certificate facts;
   facts.subjectSummary = SubjectSummary(certificate.get());
+  facts.notBefore = SecondsSince1970(X509_get0_notBefore(certificate.get()));
+  facts.notAfter = SecondsSince1970(X509_get0_notAfter(certificate.get()));
   ReadKey(X509_get0_pubkey(certificate.get()), facts);
   ERR_clear_error();
   return facts;

@@ -76,12 +76,19 @@ NSData *Bytes(const char *hex) {
 
 @implementation TestToken
 
-/// The reader's name is the card's certificate in hexadecimal; another name is a card without one.
+/// The reader's name is the card's certificate in hexadecimal; another name is a card without one, and that of an
+/// endless card has a label that no message can hold.
 - (instancetype)initWithSmartCard:(TKSmartCard *)smartCard
                               AID:(NSData *)AID
                        instanceID:(NSString *)instanceID
                       tokenDriver:(TKSmartCardTokenDriver *)tokenDriver {
   self = [super initWithSmartCard:smartCard AID:AID instanceID:instanceID tokenDriver:tokenDriver];
+  if ([[[smartCard slot] name] isEqual:@"endless card"]) {
+    TKTokenKeychainItem *item = [[[TKTokenKeychainKey alloc] initWithCertificate:NULL
+                                                                        objectID:Bytes("1201")] autorelease];
+    [item setLabel:[@"" stringByPaddingToLength:17 * 1024 * 1024 withString:@"label" startingAtIndex:0]];
+    [[self keychainContents] fillWithItems:@[ item ]];
+  }
   NSData *der = Bytes([[[smartCard slot] name] UTF8String]);
   if (!self || !der) {
     return self;

@@ -32,6 +32,7 @@ CK_RV Card::Handle(Call& call) {
     rv = Answer(call);
   }
   m_trace.push_back(rv == CKR_OK ? line : line + " -> " + Hex(rv));
+  if (m_listener) m_listener(m_trace.back());
   return rv;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,9 @@ class Card {
   /// Makes the `occurrence`-th call of that name from now on answer `rv`; 0 means every one.
   void Fail(const std::string& call, CK_RV rv, int occurrence = 1);
 
+  /// Hands each line of Trace() to `listener` when it is there, before the call returns.
+  void Tell(std::function<void(const std::string& line)> listener) { m_listener = std::move(listener); }
+
   /// Forgets what was recorded.
   void ClearCalls();
 
@@ -60,6 +64,7 @@ class Card {
   std::vector<std::string> m_names;
   std::vector<std::string> m_trace;
   std::vector<Fault> m_faults;
+  std::function<void(const std::string&)> m_listener;
 };
 
 /// The card in force; null when there is none, and every call then answers CKR_GENERAL_ERROR.

@@ -30,6 +30,13 @@ void FakeCard::LogIn() {
   for (const FakeSlot& slot : m_slots) m_loggedIn.insert(slot.id);
 }
 
+CK_SESSION_HANDLE FakeCard::NextSession() {
+  if (!reusesNumbers) return m_nextSession++;
+  CK_SESSION_HANDLE lowest = m_nextSession;
+  while (m_sessions.count(lowest) != 0) ++lowest;
+  return lowest;
+}
+
 FakeSlot* FakeCard::FindSlot(CK_SLOT_ID id) {
   for (FakeSlot& slot : m_slots) {
     if (slot.id == id) return &slot;
@@ -88,8 +95,9 @@ CK_RV FakeCard::AnswerOnSlot(Call& call) {
   } else if (name == "C_GetSlotType") {
     *static_cast<CK_ULONG*>(call.output) = slot->slotType;
   } else if (name == "C_OpenSession") {
-    *static_cast<CK_SESSION_HANDLE*>(call.output) = m_nextSession;
-    m_sessions[m_nextSession++] = {slot->id};
+    const CK_SESSION_HANDLE session = NextSession();
+    *static_cast<CK_SESSION_HANDLE*>(call.output) = session;
+    m_sessions[session] = {slot->id};
   } else if (name == "C_CloseAllSessions") {
     for (auto session = m_sessions.begin(); session != m_sessions.end();) {
       session = session->second.slot == slot->id ? m_sessions.erase(session) : std::next(session);
@@ -191,6 +199,7 @@ CK_RV FakeCard::StartOperation(Call& call, Session& session) {
 
 CK_RV FakeCard::FinishOperation(Call& call, Session& session, const ByteString& answer) {
   if (!session.operating) return CKR_OPERATION_NOT_INITIALIZED;
+  if (call.input == nullptr) return CKR_ARGUMENTS_BAD;  // the operation stays open, as SoftHSM2 has it
   if (call.output == nullptr) {
     const auto announced = announcedLength.find(call.name);
     *call.outputLength = announced != announcedLength.end() ? announced->second : answer.size();

@@ -43,6 +43,8 @@ class FakeCard : public Card {
   ByteString signature = ByteString(64, 0x5A);
   ByteString plaintext = ByteString(32, 0x11);
   ByteString derivedValue = ByteString(32, 0x22);
+  /// Whether a session gets the lowest free number, as with libraries that keep sessions in a table, or the next one.
+  bool reusesNumbers = false;
   /// Length that a size query announces, when it differs from the answer's.
   std::map<std::string, CK_ULONG> announcedLength;
 
@@ -78,6 +80,7 @@ class FakeCard : public Card {
     std::vector<CK_OBJECT_HANDLE> matches = {};
   };
 
+  CK_SESSION_HANDLE NextSession();
   FakeSlot* FindSlot(CK_SLOT_ID id);
   FakeObject* FindObject(const Session& session, CK_OBJECT_HANDLE handle);
   CK_RV AnswerOnSlot(Call& call);

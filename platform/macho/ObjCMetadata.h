@@ -1,0 +1,72 @@
+/// How the compiler lays out classes for Apple's runtime.
+
+#pragma once
+
+#include <cstdint>
+
+namespace MachO {
+
+constexpr uint32_t kRelativeMethods = 0x80000000, kDirectSelectors = 0x40000000;  // in a method list's entry size
+constexpr uint32_t kEntrySizeMask = 0x0000FFFC;
+
+struct List {
+  uint32_t entrySizeAndFlags, count;
+
+  uint32_t EntrySize() const { return entrySizeAndFlags & kEntrySizeMask; }
+  const uint8_t* Entry(uint32_t index) const {
+    const auto* const first = reinterpret_cast<const uint8_t*>(this + 1);
+    return &first[uint64_t{EntrySize()} * index];
+  }
+};
+
+struct MethodEntry {
+  const char *name, *types;
+  void* implementation;
+};
+
+/// Each is the distance from itself; the name's leads to a selector's reference, or to the name with kDirectSelectors.
+struct RelativeMethodEntry {
+  int32_t name, types, implementation;
+};
+
+struct IvarEntry {
+  int32_t* offset;
+  const char *name, *type;
+  uint32_t alignment, size;  ///< the alignment as a power of two
+};
+
+struct ProtocolRecord {
+  void* isa;
+  const char* name;
+};
+
+struct ProtocolList {
+  uint64_t count;
+  ProtocolRecord* protocols[1];
+};
+
+struct ClassContents {
+  uint32_t flags, instanceStart, instanceSize, reserved;
+  const uint8_t* ivarLayout;
+  const char* name;
+  const List* methods;
+  const ProtocolList* protocols;
+  const List* ivars;
+};
+
+struct ClassRecord {
+  ClassRecord *metaclass, *superclass;
+  void *cache, *vtable;
+  uint64_t contents;
+
+  const ClassContents& Contents() const { return *reinterpret_cast<const ClassContents*>(contents & ~uint64_t{7}); }
+};
+
+struct CategoryRecord {
+  const char* name;
+  ClassRecord* extended;
+  const List *instanceMethods, *classMethods;
+  const ProtocolList* protocols;
+};
+
+}  // namespace MachO

@@ -1,0 +1,95 @@
+// What a real platform may do and ours does not: the extension does not rely on the answer.
+
+#import <objc/runtime.h>
+
+#import "tests/token/SessionTest.h"
+
+namespace {
+
+class CardOutOfReach {
+ public:
+  CardOutOfReach() { [TKSmartCardTokenSession setCardIsOutOfReach:YES]; }
+  ~CardOutOfReach() { [TKSmartCardTokenSession setCardIsOutOfReach:NO]; }
+};
+
+class NoDelegatesInstalled {
+ public:
+  NoDelegatesInstalled() { [TKToken setDelegatesAreInstalled:NO]; }
+  ~NoDelegatesInstalled() { [TKToken setDelegatesAreInstalled:YES]; }
+};
+
+/// Decodes ASCII byte for byte, without a nil for bytes that it does not have.
+class LenientAscii {
+ public:
+  LenientAscii()
+      : m_method(class_getInstanceMethod(object_getClass([NSString alloc]), @selector(initWithBytes:
+                                                                                             length:encoding:))) {
+    s_original = reinterpret_cast<Decode>(method_setImplementation(m_method, reinterpret_cast<IMP>(&DecodeLeniently)));
+  }
+  ~LenientAscii() { method_setImplementation(m_method, reinterpret_cast<IMP>(s_original)); }
+
+ private:
+  using Decode = id (*)(id, SEL, const void *, NSUInteger, NSStringEncoding);
+
+  static id DecodeLeniently(id self, SEL selector, const void *bytes, NSUInteger length, NSStringEncoding encoding) {
+    return s_original(self, selector, bytes, length,
+                      encoding == NSASCIIStringEncoding ? NSISOLatin1StringEncoding : encoding);
+  }
+
+  static inline Decode s_original;
+  Method m_method;
+};
+
+}  // namespace
+
+class StricterPlatform : public SessionTest {};
+class StricterPlatformOnPinPad : public PinPadTest {};
+
+TEST_F(StricterPlatform, ALoginThatFinishesWhereTheCardIsOutOfReachMarksIt) {
+  m_card.LogOut();
+  QELAuthOperation *login = Begun<QELAuthOperation>(m_session);
+  [login setPIN:@"1234"];
+  NSError *error = nil;
+  {
+    const CardOutOfReach outOfReach;
+    EXPECT_TRUE([login finishWithError:&error]);
+  }
+  EXPECT_EQ(error, nil);
+  EXPECT_TRUE([[m_session smartCard] sensitive]);
+  EXPECT_TRUE([[[m_session smartCard] context] boolValue]);
+}
+
+TEST_F(StricterPlatformOnPinPad, ALoginThatFinishesWhereTheCardIsOutOfReachMarksIt) {
+  m_card.LogOut();
+  QELPINPadAuthOperation *login = Begun<QELPINPadAuthOperation>(m_session);
+  {
+    const CardOutOfReach outOfReach;
+    EXPECT_TRUE([login finishWithError:nullptr]);
+  }
+  EXPECT_TRUE([[m_session smartCard] sensitive]);
+}
+
+TEST_F(StricterPlatform, NoOperationReadsTheCard) {
+  const CardOutOfReach outOfReach;
+  EXPECT_NE(Sign(Block(), RawRsa()), nil);
+  EXPECT_NE(Decrypt(Ciphertext()), nil);
+  EXPECT_NE(Agree(PeerKey(), Parameters(32)), nil);
+  EXPECT_TRUE(Supports(TKTokenOperationSignData, RsaKey(), RawRsa()));
+  EXPECT_NE(MakeSession(m_token), nil);
+}
+
+TEST_F(StricterPlatform, DriverTokenAndSessionAreTheirOwnDelegatesAlsoWhereTheirBasesDoNotMakeThemSo) {
+  const NoDelegatesInstalled noDelegates;
+  QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
+  EXPECT_EQ((id)[driver delegate], (id)driver);
+  QELToken *token = MakeToken();
+  EXPECT_EQ((id)[token delegate], (id)token);
+  QELTokenSession *session = MakeSession(token);
+  EXPECT_EQ((id)[session delegate], (id)session);
+}
+
+TEST_F(StricterPlatform, ASerialNumberThatIsNotAsciiStandsInHexadecimalHoweverAsciiIsDecoded) {
+  m_card.Slots().front().serialNumber = "00A1\xFC";
+  const LenientAscii lenient;
+  EXPECT_STREQ([[MakeToken() instanceID] UTF8String], "QEL-30304131FC2020202020202020202020");
+}
