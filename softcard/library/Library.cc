@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 
 #include "softcard/library/Beneath.h"
@@ -13,6 +14,7 @@
 #include "softcard/library/Login.h"
 #include "softcard/library/Signature.h"
 #include "softcard/library/Trace.h"
+#include "softcard/state/Tries.h"
 
 #define SOFTCARD_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -84,6 +86,13 @@ CK_RV Run(const char* name, const char* arguments, const Call& call, Arguments..
   return result;
 }
 
+/// While this is held, what is read of a token is whole: the library beneath reads tokens when it starts and for their
+/// slots. Null when there are no cards of ours.
+std::unique_ptr<FileLock> WithoutLogins() {
+  const auto directory = Cards::Directory();
+  return directory.empty() ? nullptr : HoldLoginsOff(directory);
+}
+
 template <auto Member>
 struct Row;  // name, first argument and argument names of a function, from Functions.h
 
@@ -106,6 +115,7 @@ CK_RV Entry(Arguments... arguments) {
         static const auto own = OwnAnswers();
         auto* const beneath = Beneath();
         if (!Cards::Shared().Configured()) return (beneath->*Member)(arguments...);
+        const auto quiet = This::kFirst == First::Slot ? WithoutLogins() : nullptr;
         if (own.*Member) return (own.*Member)(arguments...);
         return Pass(This::kFirst, beneath->*Member, arguments...);
       },
@@ -115,7 +125,12 @@ CK_RV Entry(Arguments... arguments) {
 CK_RV Initialize(void* arguments) {
   using This = Row<&CK_FUNCTION_LIST::C_Initialize>;
   return Run(
-      This::kName, This::kNames, [&] { return Cards::Shared().Initialize(arguments); }, arguments);
+      This::kName, This::kNames,
+      [&] {
+        const auto quiet = WithoutLogins();
+        return Cards::Shared().Initialize(arguments);
+      },
+      arguments);
 }
 
 CK_RV Finalize(void* reserved) {

@@ -35,4 +35,8 @@ bool FileLock::TryToTake() {
   return Flock(LOCK_EX | LOCK_NB);
 }
 
+void FileLock::Release() {
+  Flock(LOCK_UN);
+}
+
 }  // namespace SoftCard

@@ -5,7 +5,8 @@
 
 namespace SoftCard {
 
-/// A lock between processes: a file that one of them has at a time, until this object ends or its process does.
+/// A lock between processes: a file that one of them has at a time, until this object or its process ends, or it is
+/// released.
 class FileLock {
  public:
   /// Makes the file when it is missing and does not take it yet. Throws std::runtime_error, naming it.
@@ -19,6 +20,8 @@ class FileLock {
 
   /// Returns false when somebody else has it. Throws std::runtime_error, naming the file.
   bool TryToTake();
+
+  void Release();
 
  private:
   bool Flock(int operation);

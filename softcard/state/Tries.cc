@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
-#include "softcard/state/FileLock.h"
 #include "softcard/state/State.h"
 
 namespace SoftCard {
@@ -43,19 +43,13 @@ void Write(const std::filesystem::path& directory, const Tries& tries) {
 }
 
 /// The lock that whoever changes the counts holds.
-class Turn {
- public:
-  explicit Turn(const std::filesystem::path& directory) : m_lock(Made(LiveDirectory(directory)) / "lock") {
-    m_lock.Take();
-  }
-
- private:
-  static std::filesystem::path Made(const std::filesystem::path& folder) {
-    MakePrivateDirectory(folder);
-    return folder;
-  }
-  FileLock m_lock;
-};
+std::unique_ptr<FileLock> Turn(const std::filesystem::path& directory) {
+  const auto folder = LiveDirectory(directory);
+  MakePrivateDirectory(folder);
+  auto lock = std::make_unique<FileLock>(folder / "lock");
+  lock->Take();
+  return lock;
+}
 
 }  // namespace
 
@@ -76,7 +70,7 @@ Tries ReadTries(const std::filesystem::path& directory) {
 
 void ChangeTries(const std::filesystem::path& directory, const std::string& card, size_t token,
                  const std::function<void(int&)>& change) {
-  const Turn turn(directory);
+  const auto turn = Turn(directory);
   Tries tries = ReadTries(directory);
   auto& counts = tries[card];
   if (counts.size() <= token) counts.resize(token + 1, kPinTries);
@@ -84,8 +78,16 @@ void ChangeTries(const std::filesystem::path& directory, const std::string& card
   Write(directory, tries);
 }
 
+std::unique_ptr<FileLock> HoldLoginsOff(const std::filesystem::path& directory) {
+  try {
+    return std::filesystem::exists(directory) ? Turn(directory) : nullptr;
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
 void WriteTries(const std::filesystem::path& directory, const Tries& tries) {
-  const Turn turn(directory);
+  const auto turn = Turn(directory);
   Tries kept = ReadTries(directory);
   for (const auto& [card, counts] : tries) kept[card] = counts;
   Write(directory, kept);

@@ -4,8 +4,11 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "softcard/state/FileLock.h"
 
 namespace SoftCard {
 
@@ -25,6 +28,11 @@ Tries ReadTries(const std::filesystem::path& directory);
 /// be written.
 void ChangeTries(const std::filesystem::path& directory, const std::string& card, size_t token,
                  const std::function<void(int&)>& change);
+
+/// Waits for the login that another process is counting, and holds others off until the result is gone: SoftHSM2
+/// empties a token's file for a moment while it logs in, and who reads it then finds no token. Null, and nobody is
+/// waited for, when this process may not take the lock. Do not hold it while calling ChangeTries.
+std::unique_ptr<FileLock> HoldLoginsOff(const std::filesystem::path& directory);
 
 /// Writes the counts of all cards in `tries`; those of others stay. Throws as ChangeTries does.
 void WriteTries(const std::filesystem::path& directory, const Tries& tries);

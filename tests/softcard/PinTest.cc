@@ -55,6 +55,25 @@ TEST_F(SoftCardPin, ASecondLoginIsRefusedWhateverThePinAndCostsNoTry) {
   EXPECT_EQ(TokenInfo().flags & kCounterFlags, 0U);
 }
 
+TEST_F(SoftCardPin, NobodyLooksAtATokenWhileAnotherProcessLogsIn) {
+  MakeAndInsert({"demo"});
+  Library();
+  FileLock login(LiveDirectory(m_directory) / "lock");
+  login.Take();
+  std::future<CK_TOKEN_INFO> looks[] = {std::async(std::launch::async, [&] { return TokenInfo(); }),
+                                        std::async(std::launch::async, [&] { return TokenInfo(); })};
+  for (auto& look : looks) EXPECT_EQ(look.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+  login.Release();
+  for (auto& look : looks) EXPECT_EQ(Unpadded(look.get().label), "demo");
+}
+
+TEST_F(SoftCardPin, AStateThatMayNotBeChangedIsReadWithoutTheLock) {
+  MakeAndInsert({"demo"});
+  std::filesystem::remove_all(LiveDirectory(m_directory));
+  std::filesystem::create_symlink(m_directory / "nowhere", LiveDirectory(m_directory));
+  EXPECT_EQ(Unpadded(TokenInfo().label), "demo");
+}
+
 TEST_F(SoftCardPin, TheCounterOutlivesTheProcessAndUnlockResetsIt) {
   MakeAndInsert({"demo"});
   for (int i = 0; i < 3; i++) EXPECT_CKR(CKR_PIN_INCORRECT, Login(Open(), "wrong"));
