@@ -101,8 +101,15 @@ def own_time_rows(what, results):
                       nanoseconds=statistics.median(product), reference_nanoseconds=statistics.median(peer))
 
 
+def exponent(times):
+    """How {count: time} grows: the slope, both as logarithms."""
+    x = [math.log(count) for count in times]
+    y = [math.log(time) for time in times.values()]
+    return statistics.covariance(x, y) / statistics.variance(x)
+
+
 def exponent_rows(rows):
-    """How construction grows: the slope of time over number of certificates, both as logarithms."""
+    """How construction grows with the number of certificates."""
     points = {}
     for known in rows:
         found = re.match(r"construction with (\d+) certificates on (.*)", known["what"])
@@ -111,8 +118,5 @@ def exponent_rows(rows):
     for library, times in points.items():
         if len(times) < 3:
             continue
-        x = [math.log(count) for count in times]
-        y = [math.log(time) for time in times.values()]
-        slope = statistics.covariance(x, y) / statistics.variance(x)
         goal = goals.EXPONENT if library == "a null library" else None
-        yield row(f"growth of construction on {library}", slope, "exponent", goal)
+        yield row(f"growth of construction on {library}", exponent(times), "exponent", goal)
