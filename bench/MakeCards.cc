@@ -24,7 +24,7 @@ CK_SLOT_ID SlotOfCard(const Pkcs11Library& library) {
   throw std::runtime_error("the new token is not there");
 }
 
-/// The authority's certificate, which comes with every soft card and is not wanted here.
+/// The authority's certificate, which comes with every soft card that has keys and is not wanted here.
 void RemoveAuthority(const LoggedInSession& session) {
   Attributes wanted;
   wanted.AddNumber(CKA_CLASS, CKO_CERTIFICATE).AddNumber(CKA_CERTIFICATE_CATEGORY, 2);
@@ -68,7 +68,7 @@ void Make(const std::string& name, const std::vector<std::string>& keys, const E
   const CK_SLOT_ID slot = SlotOfCard(library);
   {
     const LoggedInSession session(library, slot, CKU_USER, BenchCard::kPin);
-    RemoveAuthority(session);
+    if (!keys.empty()) RemoveAuthority(session);
     if (extra.certificates > 0) Add(session, store, extra);
   }
   CK_SLOT_INFO info{};
