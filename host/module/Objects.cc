@@ -128,12 +128,6 @@ void AddObjectsOf(const Item& item, const std::vector<Item>& items, std::vector<
 
 }  // namespace
 
-CK_OBJECT_CLASS ModuleObject::Class() const {
-  CK_OBJECT_CLASS value = 0;
-  std::memcpy(&value, attributes.at(CKA_CLASS).data(), sizeof value);
-  return value;
-}
-
 bool ModuleObject::Matches(const CK_ATTRIBUTE* wanted, CK_ULONG count) const {
   return std::all_of(wanted, wanted + count, [this](const CK_ATTRIBUTE& attribute) {
     const auto found = attributes.find(attribute.type);

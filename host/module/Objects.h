@@ -17,7 +17,6 @@ struct ModuleObject {
   /// Behind a private key: the token's item, which outlives this. Null elsewhere.
   const Wire::Item* key = nullptr;
 
-  CK_OBJECT_CLASS Class() const;
   /// Whether each of the `count` attributes is there and equal.
   bool Matches(const CK_ATTRIBUTE* wanted, CK_ULONG count) const;
   /// C_GetAttributeValue of this object.

@@ -22,7 +22,6 @@ constexpr uint32_t kHeaderSize = 32, kPageSize = 0x4000;
 enum : uint32_t {
   LoadLibrary = 0xC,
   LoadSegment = 0x19,
-  LoadFunctionStarts = 0x26,
   LoadWeakLibrary = 0x80000018,
   LoadReexportedLibrary = 0x8000001F,
   LoadOpcodes = 0x80000022,
@@ -88,7 +87,6 @@ void Image::ReadCommand(uint32_t command, const uint8_t* data) {
     m_libraries.emplace_back(reinterpret_cast<const char*>(data + Read<uint32_t>(data + 8)));
   for (int i = 0; command == LoadOpcodes && i < 4; ++i) m_opcodes.push_back(linkerData(8 + 8 * i));
   if (command == LoadChainedFixups) m_chains = linkerData(8);
-  if (command == LoadFunctionStarts) m_functions = linkerData(8);
   if (command == LoadEntry) m_entry = Read<uint64_t>(data + 8);
 }
 

@@ -73,7 +73,6 @@ class Image {
   /// Offsets into the file: the dynamic linker's data. `Opcodes` are rebase, bind, weak bind and lazy bind.
   const std::vector<LinkerData>& Opcodes() const { return m_opcodes; }
   LinkerData ChainedFixups() const { return m_chains; }
-  LinkerData FunctionStarts() const { return m_functions; }
   /// Bytes of the file that `data` speaks of. Throws Unusable when it ends before.
   const uint8_t* InFile(LinkerData data) const;
 
@@ -92,7 +91,7 @@ class Image {
   uint64_t m_base = 0, m_size = 0, m_entry = 0;
   std::vector<Segment> m_segments;
   std::vector<LinkerData> m_opcodes;
-  LinkerData m_chains, m_functions;
+  LinkerData m_chains;
   std::vector<std::string> m_libraries;
   std::map<std::string, std::pair<uint64_t, uint64_t>> m_sections;  ///< address and size by name
 };

@@ -137,10 +137,6 @@ State Load(const std::filesystem::path& directory) {
   }
 }
 
-std::vector<Reader> Readers(const std::filesystem::path& directory) {
-  return Load(directory).readers;
-}
-
 void Update(const std::filesystem::path& directory, const std::function<void(State&)>& change) {
   MakePrivateDirectory(directory);
   FileLock lock(directory / "lock");

@@ -59,9 +59,6 @@ std::filesystem::path StateDirectory();
 /// Throws std::runtime_error, naming the file, when it cannot be read or understood.
 State Load(const std::filesystem::path& directory);
 
-/// The readers kept in `directory`, in the order in which they were made. Throws as Load does.
-std::vector<Reader> Readers(const std::filesystem::path& directory);
-
 /// Loads the state, lets `change` work on it and writes it back, while no other process can do the same.
 /// Makes the folder when it is missing. What `change` throws leaves the state as it was and passes through.
 /// Throws std::runtime_error, naming the file, when it cannot be read or written.

@@ -18,7 +18,7 @@ class SoftCardState : public ::testing::Test {
 };
 
 TEST_F(SoftCardState, AFolderThatDoesNotExistHoldsNoReaders) {
-  EXPECT_TRUE(SoftCard::Readers(m_directory).empty());
+  EXPECT_TRUE(SoftCard::Load(m_directory).readers.empty());
   EXPECT_FALSE(fs::exists(m_directory)) << "reading makes nothing";
 }
 
@@ -93,7 +93,7 @@ TEST_F(SoftCardState, ChangesFromSeveralThreadsAllArrive) {
         SoftCard::Update(m_directory, [](SoftCard::State& state) { state.readers.push_back({"r", "", 0}); });
     });
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(SoftCard::Readers(m_directory).size(), 40U);
+  EXPECT_EQ(SoftCard::Load(m_directory).readers.size(), 40U);
 }
 
 TEST_F(SoftCardState, ANumberWithAFractionIsNoState) {
