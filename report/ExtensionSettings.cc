@@ -11,6 +11,8 @@
 #include <cstring>
 #include <memory>
 
+#include "report/Unreadable.h"
+
 namespace Report {
 namespace {
 
@@ -40,8 +42,10 @@ int NoteLine(const char* format, ...) {
 Dictionary Read(const std::filesystem::path& path) {
   Dictionary read;
   read.file.path = path;
+  read.file.problem = WhyUnreadable(path);
+  if (!read.file.problem.empty()) read.file.state = SettingsFile::State::Unreadable;
   std::error_code ignored;
-  if (!std::filesystem::exists(path, ignored)) return read;
+  if (!read.file.problem.empty() || !std::filesystem::exists(path, ignored)) return read;
   theLine = 0;
   read.entries.reset(iniparser_load(path.c_str()));
   read.file.state = read.entries ? SettingsFile::State::Read : SettingsFile::State::NotUnderstood;

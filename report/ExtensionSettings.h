@@ -10,10 +10,11 @@ namespace Report {
 
 /// One of the two settings files.
 struct SettingsFile {
-  enum class State { Read, Missing, NotUnderstood };
+  enum class State { Read, Missing, NotUnderstood, Unreadable };
   std::filesystem::path path;
   State state = State::Missing;
-  int line = 0;  ///< that was not understood; 0 when the file has no such line or the parser does not tell it
+  int line = 0;         ///< that was not understood; 0 when the file has no such line or the parser does not tell it
+  std::string problem;  ///< why it cannot be read, in the system's words; empty in every other state
 };
 
 struct Setting {

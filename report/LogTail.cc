@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "report/Redaction.h"
+#include "report/Unreadable.h"
 
 namespace Report {
 namespace {
@@ -29,6 +30,7 @@ std::string EndOf(const std::string& path) {
 
 LogTail ReadLogTail(const std::string& path) {
   LogTail tail;
+  tail.problem = WhyUnreadable(path);
   const std::string text = EndOf(path);
   for (size_t begin = 0; begin < text.size();) {
     const size_t end = std::min(text.find('\n', begin), text.size());

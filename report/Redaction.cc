@@ -4,8 +4,10 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "report/ResultNames.h"
 
@@ -14,6 +16,8 @@ namespace {
 
 constexpr char kRemoved[] = "(removed)";
 constexpr const char* kSecretWords[] = {"pin", "puk", "password", "passphrase", "secret"};
+// What makes a name of a word before it: "Non pin pad reader ready to auth", "ACME PIN Reader 00 00".
+constexpr const char* kNamedByThem[] = {"pad", "pads", "reader", "readers", "keypad", "entry", "dialog", "terminal"};
 constexpr char kSeparators[] = " \t:=\"'([<>-";
 constexpr size_t kLongHexadecimal = 32;
 
@@ -39,6 +43,14 @@ size_t SecretWordAt(const std::string& line, size_t at) {
   return 0;
 }
 
+/// Whether what begins at `at` makes a name of the word before it.
+bool IsNamedByTheWord(const std::string& line, size_t at) {
+  return std::any_of(std::begin(kNamedByThem), std::end(kNamedByThem), [&](const char* name) {
+    const size_t length = std::strlen(name);
+    return strncasecmp(line.c_str() + at, name, length) == 0 && !IsWordCharacter(line[at + length]);
+  });
+}
+
 /// Where the secret that begins at `at` ends: at the next blank, or behind the quotation mark that closes it.
 size_t EndOfSecret(const std::string& line, size_t at) {
   const char before = line[at - 1];
@@ -60,7 +72,8 @@ std::string WithoutNamedSecrets(const std::string& line) {
     }
     const size_t separators = line.find_first_not_of(kSeparators, at + word);
     const size_t end = separators == std::string::npos ? line.size() : separators;
-    const bool separated = line.find_first_of(":= \t", at + word) < end;
+    const bool assigned = line.find_first_of(":=", at + word) < end;
+    const bool separated = assigned || (line.find_first_of(" \t", at + word) < end && !IsNamedByTheWord(line, end));
     shown.append(line, at, end - at);
     at = end;
     if (separated && at < line.size() && !IsBlank(line[at])) {
@@ -87,10 +100,14 @@ std::string WithoutLongHexadecimal(const std::string& line) {
   return shown;
 }
 
+/// Replaces `old` where it is no part of a longer word.
 void ReplaceAll(std::string& text, const std::string& old, const std::string& replacement) {
   if (old.size() < 2) return;
-  for (size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + replacement.size()))
-    text.replace(at, old.size(), replacement);
+  for (size_t at = text.find(old); at != std::string::npos;) {
+    const bool isWhole = !IsWordCharacter(text[at + old.size()]) && (at == 0 || !IsWordCharacter(text[at - 1]));
+    if (isWhole) text.replace(at, old.size(), replacement);
+    at = text.find(old, at + (isWhole ? replacement.size() : 1));
+  }
 }
 
 }  // namespace
@@ -98,7 +115,8 @@ void ReplaceAll(std::string& text, const std::string& old, const std::string& re
 std::string FailingCallIn(const std::string& logLine) {
   constexpr char kArrow[] = " => 0x";
   constexpr size_t kFewestDigits = 8, kMostDigits = 16;
-  for (size_t arrow = logLine.find(kArrow); arrow != std::string::npos; arrow = logLine.find(kArrow, arrow + 1)) {
+  for (size_t arrow = logLine.rfind(kArrow); arrow != std::string::npos;
+       arrow = arrow == 0 ? std::string::npos : logLine.rfind(kArrow, arrow - 1)) {
     size_t end = arrow;
     if (end >= 2 && logLine.compare(end - 2, 2, "()") == 0) end -= 2;
     size_t begin = end;
@@ -107,8 +125,9 @@ std::string FailingCallIn(const std::string& logLine) {
     const std::string rest = logLine.substr(arrow + sizeof kArrow - 1, kMostDigits);
     size_t digits = 0;
     while (digits < rest.size() && IsHexadecimal(rest[digits])) ++digits;
-    if (call.size() > 2 && call.compare(0, 2, "C_") == 0 && digits >= kFewestDigits)
-      return call + " => " + ResultName(std::strtoul(rest.substr(0, digits).c_str(), nullptr, 16));
+    const unsigned long result = std::strtoul(rest.substr(0, digits).c_str(), nullptr, 16);
+    if (call.size() > 2 && call.compare(0, 2, "C_") == 0 && digits >= kFewestDigits && result != 0)
+      return call + " => " + ResultName(result);
   }
   return {};
 }

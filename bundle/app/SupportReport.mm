@@ -46,6 +46,8 @@ NSString *StateName(Report::SettingsFile::State state) {
       return @"read";
     case Report::SettingsFile::State::Missing:
       return @"missing";
+    case Report::SettingsFile::State::Unreadable:
+      return @"unreadable";
     case Report::SettingsFile::State::NotUnderstood:
       break;
   }
@@ -111,9 +113,10 @@ NSArray *SettingsLines(NSDictionary *settings) {
     NSString *where = [file objectForKey:@"line"] == [NSNull null]
                           ? @""
                           : [NSString stringWithFormat:@" (line %@)", [file objectForKey:@"line"]];
-    NSString *counts = [[file objectForKey:@"state"] isEqual:@"not understood"] ? @", counts as missing" : @"";
-    [lines addObject:[NSString stringWithFormat:@"%@: %@%@%@", [file objectForKey:@"path"],
-                                                [file objectForKey:@"state"], where, counts]];
+    const BOOL counts = [@[ @"not understood", @"unreadable" ] containsObject:[file objectForKey:@"state"]];
+    [lines
+        addObject:[NSString stringWithFormat:@"%@: %@%@%@", [file objectForKey:@"path"], [file objectForKey:@"state"],
+                                             where, counts ? @", counts as missing" : @""]];
   }
   return lines;
 }

@@ -11,6 +11,7 @@
 #include "host/commands/SystemLog.h"
 #include "host/terminal/TerminalText.h"
 #include "report/ExtensionSettings.h"
+#include "report/Unreadable.h"
 
 namespace Host {
 namespace {
@@ -27,20 +28,28 @@ std::string HowToTurnOn(const Report::ExtensionSettings& settings) {
                      "      [Pkcs11]\n"
                      "      LogLevelPkcs11 = 1\n\n"
                      "  It counts from the next start of the extension; every ctkhost command starts one.\n";
-  for (const Report::SettingsFile& file : settings.files)
+  for (const Report::SettingsFile& file : settings.files) {
     if (file.state == Report::SettingsFile::State::NotUnderstood)
-      text += "  " + file.path.string() + " is not understood and counts as missing; correct it.\n";
+      text += "  " + file.path.string() + (file.line == 0 ? "" : ", line " + std::to_string(file.line) + ",") +
+              " is not understood and counts as missing; correct it.\n";
+    if (file.state == Report::SettingsFile::State::Unreadable)
+      text += "  " + file.path.string() + " cannot be read (" + file.problem + ") and counts as missing.\n";
+  }
   return text;
 }
 
 /// Where the token log is and, when it is not written, what to do.
 std::string TokenLogState(const std::filesystem::path& log) {
   std::error_code ignored;
+  const std::string problem = Report::WhyUnreadable(log);
   const bool exists = std::filesystem::exists(log, ignored);
-  std::string text = "Token log: " + log.string() + (exists ? "\n" : " (not there yet)\n");
+  std::string text = "Token log: " + log.string() +
+                     (!problem.empty() ? " (cannot be read: " + problem + ")\n"
+                      : exists         ? "\n"
+                                       : " (not there yet)\n");
   const Report::ExtensionSettings settings = Report::ReadExtensionSettings();
   if (!settings.IsTokenLogOn()) text += HowToTurnOn(settings);
-  if (!std::filesystem::is_directory(log.parent_path(), ignored))
+  if (problem.empty() && !std::filesystem::is_directory(log.parent_path(), ignored))
     text += "  The folder " + log.parent_path().string() + " is missing and the log does not make it; make it.\n";
   return text;
 }

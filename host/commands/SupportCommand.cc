@@ -70,22 +70,28 @@ std::string Versions(const Options& options) {
   return text + (std::regex_search(plist, version, pattern) ? version[1].str() : "unknown: no Info.plist there") + "\n";
 }
 
-std::string LineText(const Report::SettingsFile& file) {
-  return file.line == 0 ? "" : " (line " + std::to_string(file.line) + ")";
+std::string StateText(const Report::SettingsFile& file) {
+  const std::string line = file.line == 0 ? "" : " (line " + std::to_string(file.line) + ")";
+  switch (file.state) {
+    case Report::SettingsFile::State::Read:
+      return "read";
+    case Report::SettingsFile::State::Missing:
+      return "missing";
+    case Report::SettingsFile::State::Unreadable:
+      return "cannot be read (" + file.problem + "), counts as missing";
+    case Report::SettingsFile::State::NotUnderstood:
+      break;
+  }
+  return "not understood" + line + ", counts as missing";
 }
 
 std::string Settings() {
   const Report::ExtensionSettings settings = Report::ReadExtensionSettings();
   std::string text;
   for (const Report::Setting& setting : settings.settings)
-    text += "  " + setting.key + " = " + setting.value + " (" + setting.origin + ")\n";
-  for (const Report::SettingsFile& file : settings.files) {
-    using State = Report::SettingsFile::State;
-    text += "  " + file.path.string() +
-            (file.state == State::Read      ? ": read\n"
-             : file.state == State::Missing ? ": missing\n"
-                                            : ": not understood" + LineText(file) + ", counts as missing\n");
-  }
+    text += "  " + setting.key + " = " + Report::WithoutSecrets(setting.value) + " (" + setting.origin + ")\n";
+  for (const Report::SettingsFile& file : settings.files)
+    text += "  " + file.path.string() + ": " + StateText(file) + "\n";
   return text;
 }
 
@@ -146,7 +152,9 @@ Sections WholeReport(const Options& options) {
   std::string logText;
   for (const std::string& line : log.lines) logText += "  " + line + "\n";
   if (log.lines.empty())
-    logText = "  " + Report::TokenLogPath().string() + " is missing or empty; 'ctkhost log' says why\n";
+    logText = "  " + Report::TokenLogPath().string() +
+              (log.problem.empty() ? " is missing or empty; 'ctkhost log' says why\n"
+                                   : " cannot be read: " + log.problem + "\n");
   return {{"Versions", Versions(options)},
           {"Settings", Settings()},
           {"Readers", ReadersSection()},

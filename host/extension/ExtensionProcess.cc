@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "host/base/Words.h"
@@ -132,9 +133,11 @@ void ExtensionProcess::Spawn() {
   m_channel = std::make_unique<Wire::Channel>(sockets[0], m_timeout);
 
   // What an extension prints for diagnosis goes to the system's log there, not into the host's messages.
+  const char* const onStandardError = std::getenv("QEL_OS_LOG_STDERR");
+  const char* const toSystem = onStandardError && std::strcmp(onStandardError, "1") == 0 ? "NO" : "YES";
   const std::string program = m_executable.string();
   const std::string socket = "--host-socket=" + std::to_string(kExtensionSocket);
-  const int result = StartProgram({program, {program, socket, "-GSLogSyslog", "YES"}, ExtensionEnvironment()},
+  const int result = StartProgram({program, {program, socket, "-GSLogSyslog", toSystem}, ExtensionEnvironment()},
                                   sockets[1], sandbox.get(), &m_process);
   close(sockets[1]);
   if (result == 0) return;

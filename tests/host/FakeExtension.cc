@@ -1,6 +1,6 @@
 // An extension for tests of the host. The folder named by FAKE_EXTENSION may hold a file for a call, such as
-// "signData": what the call does, one line per time it is called; the last line stays. Without a folder it ends at
-// once.
+// "signData": what the call does, one line per time it is called; the last line stays. Without the
+// absolute path of one it ends at once.
 //
 //   ok                       answers as a healthy extension would
 //   error DOMAIN CODE        fails with an error object
@@ -175,7 +175,8 @@ Message Follow(int socket, const std::string& instruction, const Message& reques
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (!std::getenv("FAKE_EXTENSION")) return 98;
+  const char* const folder = std::getenv("FAKE_EXTENSION");
+  if (!folder || folder[0] != '/') return 98;
   signal(SIGSEGV, SIG_DFL);
   const int socket = argc > 1 ? std::atoi(argv[1] + std::strlen("--host-socket=")) : -1;
   while (auto request = Wire::Receive(socket)) {

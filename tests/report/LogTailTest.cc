@@ -43,6 +43,17 @@ TEST_F(LogTailTest, ReadsTheEndOfALargeFileFromTheNextWholeLineOn) {
   EXPECT_THAT(tail.lines, ElementsAre("end"));
 }
 
+TEST_F(LogTailTest, TellsWhyAFileCannotBeRead) {
+  std::filesystem::create_symlink(Path(), Path());
+  EXPECT_EQ(Report::ReadLogTail(Path()).problem, "Too many levels of symbolic links");
+  std::filesystem::remove(Path());
+  EXPECT_EQ(Report::ReadLogTail(Path()).problem, "");
+  std::filesystem::create_directory(Path());
+  EXPECT_EQ(Report::ReadLogTail(Path()).problem, "Is a directory");
+  std::filesystem::remove(Path());
+  EXPECT_EQ(Read("line\n").problem, "");
+}
+
 TEST_F(LogTailTest, IsEmptyWithoutAFile) {
   EXPECT_THAT(Report::ReadLogTail(Path()).lines, IsEmpty());
   EXPECT_EQ(Read("").lastFailingCall, "");

@@ -50,13 +50,24 @@ TEST_F(LogCommand, TheAdviceTurnsTheLogOn) {
 
 TEST_F(LogCommand, ASettingsFileThatIsNotUnderstoodIsTold) {
   m_home.Append("Library/Preferences/Tarnwell.ini", "[Pkcs11]\nLogLevelPkcs11 = 1\nnonsense\n");
-  EXPECT_NE(ShowLog().errors.find("Tarnwell.ini is not understood and counts as missing"), std::string::npos);
+  EXPECT_NE(ShowLog().errors.find("Tarnwell.ini, line 3, is not understood and counts as missing"), std::string::npos);
 }
 
 TEST_F(LogCommand, AMissingDocumentsFolderIsTold) {
   m_home.TurnTokenLogOn();
   fs::remove(m_home.Path("Documents"));
   EXPECT_NE(ShowLog().errors.find("The folder " + m_home.Path("Documents") + " is missing"), std::string::npos);
+}
+
+TEST_F(LogCommand, ADocumentsFolderThatCannotBeReadIsNotCalledMissing) {
+  m_home.TurnTokenLogOn();
+  fs::remove(m_home.Path("Documents"));
+  fs::create_symlink(m_home.Path("Documents"), m_home.Path("Documents"));  // root may read everything else
+  const std::string errors = ShowLog().errors;
+  EXPECT_EQ(errors.find("Token log: " + m_home.LogPath() +
+                        " (cannot be read: Too many levels of symbolic links)\nSystem log: "),
+            0u)
+      << errors;
 }
 
 class Following : public LogCommand {

@@ -73,6 +73,26 @@ TEST(Support, IsJsonForProgramsWithTheSectionsOfTheText) {
   EXPECT_EQ(report.back().at("lines"), nlohmann::json({"  made in ~", "  ?[2J"}));
 }
 
+TEST(TheExtensionsSystemLog, IsOnStandardErrorWhenAsked) {
+  const RealCard card({"--key", "p256"});
+  card.Write("message", "hello");
+  const std::vector<std::string> sign = {"--pin-file",
+                                         card.Path("pin"),
+                                         "sign",
+                                         "--key",
+                                         card.KeyID(),
+                                         "--algorithm",
+                                         "ecdsa-sha256",
+                                         "--in",
+                                         card.Path("message"),
+                                         "--out",
+                                         card.Path("signature")};
+  ChildEnvironment environment = card.Environment();
+  environment["QEL_OS_LOG_STDERR"] = "1";
+  EXPECT_THAT(RunChild(QEL_CTKHOST, sign, environment).errors, HasSubstr("[CTK] finishWithError success: 1"));
+  EXPECT_THAT(RunChild(QEL_CTKHOST, sign, card.Environment()).errors, Not(HasSubstr("[CTK]")));
+}
+
 TEST(Support, IsWrittenForItsOwnerOnlyAndAsItWasShown) {
   const RealCard card({"--key", "p256"});
   const ChildResult result = card.Host({"support", "--out", card.Path("report"), "--yes"});
@@ -113,6 +133,18 @@ TEST(Support, TellsOfSettingsThatAreNotUnderstood) {
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_THAT(result.output,
               HasSubstr("~/Library/Preferences/Tarnwell.ini: not understood (line 1), counts as missing\n"));
+}
+
+TEST(Support, TellsOfSettingsAndOfALogThatCannotBeRead) {
+  const UserHome home;
+  const std::string settings = home.Path("Library/Preferences/Tarnwell.ini");
+  std::filesystem::create_symlink(settings, settings);  // root may read everything else
+  std::filesystem::create_symlink(home.LogPath(), home.LogPath());
+  const ChildResult result = RunChild(QEL_CTKHOST, {"support"}, home.Environment());
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_THAT(result.output,
+              AllOf(HasSubstr("Tarnwell.ini: cannot be read (Too many levels of symbolic links), counts as missing\n"),
+                    HasSubstr("QELToken.log cannot be read: Too many levels of symbolic links\n")));
 }
 
 TEST(Support, OutlivesALibraryThatCrashesWhenItIsAsked) {
