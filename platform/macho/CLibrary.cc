@@ -30,16 +30,12 @@ std::string OnThisSystem(const std::string& path) {
 
 extern "C" {
 
-// errno: the numbers that the product compares with are those of conversions.
-
-static void RenumberError() {
-  constexpr int kIllegalSequence = 92;
-  if (errno == EILSEQ) errno = kIllegalSequence;
-}
+// errno: of its numbers the product compares one, of conversions.
 
 size_t macos_iconv(iconv_t converter, char** in, size_t* inLeft, char** out, size_t* outLeft) {
+  constexpr int kIllegalSequence = 92;
   const size_t result = iconv(converter, in, inLeft, out, outLeft);
-  if (result == static_cast<size_t>(-1)) RenumberError();
+  if (result == static_cast<size_t>(-1) && errno == EILSEQ) errno = kIllegalSequence;
   return result;
 }
 
@@ -97,9 +93,6 @@ void* macos_dlopen(const char* path, int flags) {
   return dlopen(path != nullptr ? OnThisSystem(path).c_str() : nullptr, here);
 }
 
-FILE* macos_stderrp = stderr;
-FILE* macos_stdoutp = stdout;
-
 // Locales: the categories have other numbers, and a variable holds what is a function here.
 
 int macos_mb_cur_max = 1;
@@ -118,9 +111,7 @@ char* macos_setlocale(int category, const char* name) {
 uint32_t macos_maskrune(int character, uint32_t mask);
 
 struct macos_RuneLocale {
-  char magic[8], encoding[32];
-  void *get, *put;
-  int32_t invalid;
+  char others[60];
   uint32_t kinds[256];
   int32_t lower[256], upper[256];
 };
@@ -157,22 +148,11 @@ static pthread_mutex_t* OnThisSystem(void* mutex) {
 void macos_mutex_lock(void* mutex) {
   pthread_mutex_lock(OnThisSystem(mutex));
 }
-
 void macos_mutex_unlock(void* mutex) {
   pthread_mutex_unlock(OnThisSystem(mutex));
 }
 
-void macos_mutex_destroy(void* mutex) {
-  pthread_mutex_destroy(OnThisSystem(mutex));
-}
-
 // What the compiler's own code asks for.
-
 uintptr_t macos_stack_chk_guard = 0x7D1E5A3C00B4F960;
-
-[[noreturn]] void macos_stub_binder() {
-  std::fputs("a function was bound at its first call, although all are bound before\n", stderr);
-  std::abort();
-}
 
 }  // extern "C"

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "platform/macho/Fixups.h"
+#include "platform/macho/Loading.h"
 
 namespace MachO {
 namespace {
@@ -22,11 +22,6 @@ struct Starts {
   uint16_t pageCount, firstPage[1];
 } __attribute__((packed));
 
-struct Import {
-  int64_t ordinal = 0, addend = 0;
-  std::string symbol;
-};
-
 class Chains {
  public:
   Chains(const Image& image, const Resolver& resolve)
@@ -40,29 +35,24 @@ class Chains {
   }
 
  private:
-  Import ReadImport(const Header& header, uint32_t index) const {
-    const char* symbols = reinterpret_cast<const char*>(m_data + header.symbols);
-    const uint8_t* imports = m_data + header.imports;
-    if (header.importFormat == 3) {
-      uint64_t words[2];
-      std::memcpy(words, imports + sizeof words * index, sizeof words);
-      return {static_cast<int16_t>(words[0]), static_cast<int64_t>(words[1]), symbols + (words[0] >> 32)};
-    }
-    int32_t words[2] = {};
-    const size_t size = header.importFormat == 1 ? 4 : 8;
+  /// The address of an import, with what is added to it: nothing in the first format.
+  uint64_t ReadImport(const Header& header, uint32_t index) const {
     if (header.importFormat != 1 && header.importFormat != 2) throw Unusable("the imports are of an unknown format");
-    std::memcpy(words, imports + size * index, size);
-    return {static_cast<int8_t>(words[0]), words[1], symbols + (static_cast<uint32_t>(words[0]) >> 9)};
+    const size_t size = sizeof(int32_t) * header.importFormat;
+    int32_t words[2] = {};  // the library's ordinal in the low byte, the symbol's place above it
+    std::memcpy(words, m_data + header.imports + size * index, size);
+    const auto* symbol =
+        reinterpret_cast<const char*>(m_data + header.symbols + (static_cast<uint32_t>(words[0]) >> 9));
+    return AddressOf(m_image, m_resolve, static_cast<int8_t>(words[0]), symbol) + static_cast<uint64_t>(words[1]);
   }
 
   void Walk(const Starts& starts) const {
     if (starts.format != kAbsolute && starts.format != kFromHeader)
-      throw Unusable("the chained pointers are of format " + std::to_string(starts.format) +
-                     ", which is not known here");
+      throw Unusable("the chained pointers are of the unknown format " + std::to_string(starts.format));
     for (uint16_t page = 0; page < starts.pageCount; ++page) {
       if (starts.firstPage[page] == kNoneInPage) continue;
-      uint8_t* place =
-          m_image.FromHeader(starts.segmentOffset + uint64_t{page} * starts.pageSize + starts.firstPage[page]);
+      const uint64_t first = starts.segmentOffset + uint64_t{page} * starts.pageSize + starts.firstPage[page];
+      uint8_t* place = m_image.FromHeader(first);
       while (const uint64_t distance = Fix(starts.format, PointerAt(m_image, place))) place += distance;
     }
   }
@@ -71,45 +61,25 @@ class Chains {
   uint64_t Fix(uint16_t format, uint64_t& pointer) const {
     const uint64_t description = pointer, distance = (description >> 51 & 0xFFF) * 4;
     if (description >> 63) {
-      const Import& import = m_imports.at(description & 0xFFFFFF);
-      const std::string library = LibraryOf(m_image, import.ordinal, import.symbol);
-      const int64_t addend = import.addend + static_cast<int64_t>(description >> 24 & 0xFF);
-      pointer = reinterpret_cast<uint64_t>(m_resolve(library, import.symbol)) + addend;
+      pointer = m_imports.at(description & 0xFFFFFF) + (description >> 24 & 0xFF);
       return distance;
     }
     const uint64_t target = description & 0xFFFFFFFFF, high = (description >> 36 & 0xFF) << 56;
-    uint8_t* const place = format == kFromHeader ? m_image.FromHeader(target) : m_image.At(target);
-    pointer = reinterpret_cast<uint64_t>(place) | high;
+    pointer =
+        reinterpret_cast<uint64_t>(format == kFromHeader ? m_image.FromHeader(target) : m_image.At(target)) | high;
     return distance;
   }
 
   const Image& m_image;
   const Resolver& m_resolve;
   const uint8_t* m_data;
-  std::vector<Import> m_imports;
+  std::vector<uint64_t> m_imports;
 };
 
 }  // namespace
 
-void ApplyFixups(const Image& image, const Resolver& resolve) {
-  if (image.ChainedFixups().size == 0 && image.Opcodes().empty())
-    throw Unusable("the image says nothing about its addresses");
-  if (image.ChainedFixups().size == 0) return ApplyOpcodes(image, resolve);
+void ApplyChains(const Image& image, const Resolver& resolve) {
   const Chains applied(image, resolve);
-}
-
-std::string LibraryOf(const Image& image, int64_t ordinal, const std::string& symbol) {
-  constexpr int64_t kAnyDefinition = -3;
-  if (ordinal == kAnyDefinition) return {};
-  if (ordinal < 1 || ordinal > static_cast<int64_t>(image.Libraries().size()))
-    throw Unusable("the import " + symbol + " is of no library");
-  return image.Libraries()[static_cast<size_t>(ordinal) - 1];
-}
-
-uint64_t& PointerAt(const Image& image, uint8_t* place) {
-  if (!image.Holds(place) || !image.Holds(place + sizeof(uint64_t) - 1))
-    throw Unusable("a fixup lies outside the image");
-  return *reinterpret_cast<uint64_t*>(place);
 }
 
 }  // namespace MachO

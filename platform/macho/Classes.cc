@@ -1,11 +1,10 @@
-#include "platform/macho/Classes.h"
-
 #include <objc/runtime.h>
 
 #include <algorithm>
 #include <cstring>
 #include <map>
 
+#include "platform/macho/Loading.h"
 #include "platform/macho/ObjCMetadata.h"
 
 namespace MachO {
@@ -28,7 +27,9 @@ class Registry {
     // Relative method lists lead to these references, so they are read before anything else.
     for (SEL& selector : m_image.ArrayIn<SEL>("__objc_selrefs"))
       selector = sel_registerName(reinterpret_cast<const char*>(selector));
-    for (ClassRecord* record : m_image.ArrayIn<ClassRecord*>("__objc_classlist")) Register(record);
+    const auto classes = m_image.ArrayIn<ClassRecord*>("__objc_classlist");
+    for (ClassRecord* record : classes) Register(record);
+    for (const ClassRecord* record : classes) RequireClassesOfIvars(record->Contents());
     for (CategoryRecord* category : m_image.ArrayIn<CategoryRecord*>("__objc_catlist")) Add(*category);
     for (const char* section : {"__objc_classrefs", "__objc_superrefs"})
       for (void*& reference : m_image.ArrayIn<void*>(section)) reference = Known(reference);
@@ -52,22 +53,23 @@ class Registry {
     if (made == nullptr) throw Unusable(std::string("there are two classes ") + contents.name);
     m_known[record] = made;
     m_known[record->metaclass] = Metaclass(made);
-    if (contents.ivars != nullptr) AddIvars(made, contents);
+    AddIvars(made, contents);
     AddMethods(made, contents.methods);
     AddMethods(Metaclass(made), record->metaclass->Contents().methods);
     AddProtocols(made, contents.protocols);
     objc_registerClassPair(made);
-    if (contents.ivars != nullptr) WriteOffsets(made, contents);
+    // The superclass is another than on the other system, so its size is, too.
+    for (const IvarEntry& ivar : EntriesOf<IvarEntry>(contents.ivars))
+      *ivar.offset = static_cast<IvarOffset>(ivar_getOffset(class_getInstanceVariable(made, ivar.name)));
     return made;
   }
 
   /// The image's own offsets must be what the compiler lays out; else code that it made from them is wrong.
-  void AddIvars(Class to, const ClassContents& contents) const {
+  static void AddIvars(Class to, const ClassContents& contents) {
     uint32_t end = contents.instanceStart;
-    for (uint32_t i = 0; i < contents.ivars->count; ++i) {
-      const auto& ivar = *reinterpret_cast<const IvarEntry*>(contents.ivars->Entry(i));
+    for (const IvarEntry& ivar : EntriesOf<IvarEntry>(contents.ivars)) {
       const uint32_t alignment = 1u << ivar.alignment, place = (end + alignment - 1) & ~(alignment - 1);
-      if (static_cast<uint32_t>(*ivar.offset) != place)
+      if (*ivar.offset != IvarOffset{place})
         throw Unusable("the instance variable " + std::string(ivar.name) + " of " + contents.name + " is at offset " +
                        std::to_string(*ivar.offset) + " instead of " + std::to_string(place));
       end = place + ivar.size;
@@ -77,26 +79,25 @@ class Registry {
       throw Unusable(std::string("the instances of ") + contents.name + " are smaller than their variables");
   }
 
-  /// The superclass is another than on the other system, so its size is, too.
-  static void WriteOffsets(Class of, const ClassContents& contents) {
-    for (uint32_t i = 0; i < contents.ivars->count; ++i) {
-      const auto& ivar = *reinterpret_cast<const IvarEntry*>(contents.ivars->Entry(i));
-      *ivar.offset = static_cast<int32_t>(ivar_getOffset(class_getInstanceVariable(of, ivar.name)));
+  /// An instance variable's type names its class, as in @"NSString".
+  static void RequireClassesOfIvars(const ClassContents& contents) {
+    for (const IvarEntry& ivar : EntriesOf<IvarEntry>(contents.ivars)) {
+      if (std::strncmp(ivar.type, "@\"", 2) != 0) continue;
+      const std::string name(ivar.type + 2, std::strcspn(ivar.type + 2, "<\""));
+      if (!name.empty() && objc_lookUpClass(name.c_str()) == nullptr)
+        throw Unusable("the class " + name + " is missing, of which " + contents.name + " has " + ivar.name);
     }
   }
 
-  void AddMethods(Class to, const List* methods) const {
-    for (uint32_t i = 0; methods != nullptr && i < methods->count; ++i) {
-      if (methods->entrySizeAndFlags & kRelativeMethods) {
-        const auto& entry = *reinterpret_cast<const RelativeMethodEntry*>(methods->Entry(i));
-        const SEL selector = methods->entrySizeAndFlags & kDirectSelectors
-                                 ? sel_registerName(Relative<char>(entry.name))
-                                 : *Relative<SEL>(entry.name);
-        AddMethod(to, selector, Relative<void>(entry.implementation), Relative<char>(entry.types));
-      } else {
-        const auto& entry = *reinterpret_cast<const MethodEntry*>(methods->Entry(i));
+  static void AddMethods(Class to, const List* methods) {
+    if (methods != nullptr && methods->entrySizeAndFlags & kRelativeMethods) {
+      const bool direct = methods->entrySizeAndFlags & kDirectSelectors;
+      for (const RelativeMethodEntry& entry : EntriesOf<RelativeMethodEntry>(methods))
+        AddMethod(to, direct ? sel_registerName(Relative<char>(entry.name)) : *Relative<SEL>(entry.name),
+                  Relative<void>(entry.implementation), Relative<char>(entry.types));
+    } else {
+      for (const MethodEntry& entry : EntriesOf<MethodEntry>(methods))
         AddMethod(to, sel_registerName(entry.name), entry.implementation, entry.types);
-      }
     }
   }
 

@@ -25,10 +25,6 @@ static const long kIsWide = 0x10;
   return m_flags & kIsWide ? ((const unichar *)m_bytes)[index] : (unichar)m_bytes[index];
 }
 
-- (void)getCharacters:(unichar *)buffer range:(NSRange)range {
-  for (NSUInteger i = 0; i < range.length; ++i) buffer[i] = [self characterAtIndex:range.location + i];
-}
-
 - (id)retain {
   return self;
 }
@@ -43,10 +39,6 @@ static const long kIsWide = 0x10;
 - (id)copyWithZone:(NSZone *)zone {
   (void)zone;
   return self;
-}
-
-- (NSUInteger)retainCount {
-  return NSUIntegerMax;
 }
 
 @end

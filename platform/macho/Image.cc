@@ -12,10 +12,8 @@ namespace {
 
 #ifdef __x86_64__
 constexpr uint32_t kProcessor = 0x01000007;
-constexpr char kProcessorName[] = "x86_64";
 #else
 constexpr uint32_t kProcessor = 0x0100000C;
-constexpr char kProcessorName[] = "arm64";
 #endif
 constexpr uint32_t kMagic = 0xFEEDFACF, kFatMagic = 0xBEBAFECA;  // the second as this processor reads it
 constexpr uint32_t kHeaderSize = 32, kPageSize = 0x4000;
@@ -57,14 +55,14 @@ void Image::PickSlice(const std::string& path) {
     const auto number = [this](size_t at) { return __builtin_bswap32(Read<uint32_t>(InFile({uint32_t(at), 4}))); };
     for (uint32_t i = 0, at = 8; i < number(4); ++i, at += 20) {
       if (number(at) != kProcessor) continue;
-      const LinkerData slice = {number(at + 8), number(at + 12)};
-      const uint8_t* bytes = InFile(slice);
-      m_file = std::vector<uint8_t>(bytes, bytes + slice.size);
+      const uint32_t size = number(at + 12);
+      const uint8_t* slice = InFile({number(at + 8), size});
+      m_file = std::vector<uint8_t>(slice, slice + size);
       break;
     }
   }
   if (Read<uint32_t>(m_file.data()) != kMagic || Read<uint32_t>(m_file.data() + 4) != kProcessor)
-    throw Unusable(path + " holds no image for " + kProcessorName);
+    throw Unusable(path + " holds no image for this processor");
 }
 
 void Image::ReadCommands() {
@@ -91,16 +89,16 @@ void Image::ReadCommand(uint32_t command, const uint8_t* data) {
 }
 
 void Image::ReadSegment(const uint8_t* data) {
-  Segment segment = {FixedText(data + 8), Read<uint64_t>(data + 24), Read<uint64_t>(data + 32), 0, {}};
-  segment.contents = {Read<uint32_t>(data + 40), Read<uint32_t>(data + 48)};
-  const uint32_t protection = Read<uint32_t>(data + 60), flags = Read<uint32_t>(data + 68);
-  constexpr uint32_t kReadOnlyAfterFixups = 0x10;
-  segment.protection = (protection & 1 ? PROT_READ : 0) |
-                       (protection & 2 && !(flags & kReadOnlyAfterFixups) ? PROT_WRITE : 0) |
-                       (protection & 4 ? PROT_EXEC : 0);
+  constexpr uint32_t kReadOnlyAfterFixups = 0x10;  // a flag; the protections are numbered as here
+  Segment segment = {FixedText(data + 8),
+                     Read<uint64_t>(data + 24),
+                     Read<uint64_t>(data + 32),
+                     {Read<uint32_t>(data + 40), Read<uint32_t>(data + 48)},
+                     Read<int>(data + 60)};
+  if (Read<uint32_t>(data + 68) & kReadOnlyAfterFixups) segment.protection &= ~PROT_WRITE;
   for (uint32_t i = 0; i < Read<uint32_t>(data + 64); ++i) {
     const uint8_t* section = data + 72 + size_t{80} * i;
-    // The first of a name counts: constants are asked for by no one.
+    // The first of a name counts: only sections of constants share one.
     m_sections.emplace(FixedText(section), std::pair{Read<uint64_t>(section + 32), Read<uint64_t>(section + 40)});
   }
   if (segment.name == "__PAGEZERO") return;
@@ -130,6 +128,11 @@ void Image::Protect() const {
       throw Unusable("the segment " + segment.name + " cannot be protected");
     __builtin___clear_cache(reinterpret_cast<char*>(start), reinterpret_cast<char*>(start + segment.size));
   }
+}
+
+uint8_t* Image::SegmentAt(size_t number) const {
+  if (number == 0 || number > m_segments.size()) throw Unusable("a fixup is in no segment");
+  return At(m_segments[number - 1].address);
 }
 
 uint8_t* Image::At(uint64_t address) const {

@@ -21,14 +21,6 @@ struct LinkerData {
   uint32_t offset = 0, size = 0;
 };
 
-struct Segment {
-  std::string name;
-  uint64_t address = 0;  ///< as linked
-  uint64_t size = 0;
-  int protection = 0;  ///< of mmap
-  LinkerData contents;
-};
-
 struct Section {
   uint8_t* start = nullptr;  ///< null when the image has no such section
   uint64_t size = 0;
@@ -54,8 +46,6 @@ class Image {
   uint8_t* At(uint64_t address) const;
   /// The same, counted from the image's header.
   uint8_t* FromHeader(uint64_t offset) const { return At(m_base + offset); }
-  /// How far from where it was linked the image lies.
-  uint64_t Slide() const { return reinterpret_cast<uint64_t>(m_memory) - m_base; }
   bool Holds(const void* place) const;
 
   /// The section of that name, in whichever segment.
@@ -66,8 +56,8 @@ class Image {
     auto* const first = reinterpret_cast<Value*>(section.start);
     return {first, first + section.size / sizeof(Value)};
   }
-  /// Its parts, in the order of the load commands.
-  const std::vector<Segment>& Segments() const { return m_segments; }
+  /// Where the part of that number lies; __PAGEZERO, which has no place here, is number 0. Throws Unusable.
+  uint8_t* SegmentAt(size_t number) const;
   const std::vector<std::string>& Libraries() const { return m_libraries; }
 
   /// Offsets into the file: the dynamic linker's data. `Opcodes` are rebase, bind, weak bind and lazy bind.
@@ -80,6 +70,13 @@ class Image {
   uint64_t Entry() const { return m_entry; }
 
  private:
+  struct Segment {
+    std::string name;
+    uint64_t address, size;  ///< as linked
+    LinkerData contents;
+    int protection;  ///< of mmap
+  };
+
   void PickSlice(const std::string& path);
   void ReadCommands();
   void ReadCommand(uint32_t command, const uint8_t* data);

@@ -1,13 +1,15 @@
-#include "platform/macho/Imports.h"
-
 #include <dlfcn.h>
 #include <objc/runtime.h>
 
 #include <filesystem>
+#include <map>
 #include <sstream>
 
-#include "platform/macho/Image.h"
+#include "platform/macho/Loading.h"
 
+asm(R"(.pushsection .rodata
+macho_imports_start: .incbin "imports.txt"
+macho_imports_end: .popsection)");
 extern "C" const char macho_imports_start[], macho_imports_end[];
 
 namespace MachO {
@@ -39,9 +41,13 @@ void* Ask(const std::string& answerer, const std::string& symbol) {
   throw Unusable("the row of " + symbol + " names '" + answerer + "', who is nobody");
 }
 
-}  // namespace
+struct Row {
+  std::string library;
+  std::string answerer;  ///< such as "libc", "libc:name" or "here:name"
+};
 
-Imports::Imports() {
+std::map<std::string, Row> ReadRows() {
+  std::map<std::string, Row> rows;
   std::istringstream lines(std::string(macho_imports_start, macho_imports_end));
   std::string library;
   for (std::string line; std::getline(lines, line);) {
@@ -53,22 +59,27 @@ Imports::Imports() {
     std::istringstream words(line);
     std::string answerer, symbol;
     words >> answerer >> symbol;
-    if (symbol.empty()) throw Unusable("a row of the imports says nothing: " + line);
     do {
-      if (!m_rows.emplace(symbol, Row{library, answerer}).second) throw Unusable(symbol + " has two rows");
+      if (!rows.emplace(symbol, Row{library, answerer}).second) throw Unusable(symbol + " has two rows");
       // What is answered here is one symbol, and then the reason.
     } while (answerer.rfind("here", 0) != 0 && words >> symbol);
   }
+  return rows;
 }
 
-void* Imports::Resolve(const std::string& library, const std::string& symbol) const {
-  const auto found = m_rows.find(symbol);
-  if (found == m_rows.end() || (!library.empty() && found->second.library != library))
-    throw Unusable("the import " + symbol + " of " + library + " has no row in platform/macho/imports.txt");
-  void* const place = Ask(found->second.answerer, found->first);
-  if (place == nullptr)
-    throw Unusable("the import " + symbol + " is not answered by " + found->second.answerer + ", as its row says");
-  return place;
+}  // namespace
+
+Resolver ReadImports() {
+  static const std::map<std::string, Row> rows = ReadRows();
+  return [](const std::string& library, const std::string& symbol) {
+    const auto found = rows.find(symbol);
+    if (found == rows.end() || (!library.empty() && found->second.library != library))
+      throw Unusable("the import " + symbol + " of " + library + " has no row in platform/macho/imports.txt");
+    void* const place = Ask(found->second.answerer, found->first);
+    if (place == nullptr)
+      throw Unusable("the import " + symbol + " is not answered by " + found->second.answerer + ", as its row says");
+    return place;
+  };
 }
 
 }  // namespace MachO

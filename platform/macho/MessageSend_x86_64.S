@@ -1,7 +1,6 @@
 // Apple's compiler calls a method by a jump through the runtime; GCC's runtime looks up the method and leaves the call to
 // the caller. Between the two every register that may carry an argument is kept.
 
-#define INTEGERS rdi, rsi, rdx, rcx, r8, r9, rax
 #define VECTORS 0, 1, 2, 3, 4, 5, 6, 7
 
 // Calls `function` and jumps to what it returns. The look-up's arguments are in rdi and rsi, or one register further when
@@ -17,7 +16,7 @@
   .cfi_offset %rbp, -16
   movq %rsp, %rbp
   .cfi_def_cfa_register %rbp
-  .irp register, INTEGERS
+  .irp register, rdi, rsi, rdx, rcx, r8, r9, rax
   pushq %\register
   .endr
   subq $136, %rsp
@@ -34,14 +33,10 @@
   .irp number, VECTORS
   movaps \number*16(%rsp), %xmm\number
   .endr
-  movq -8(%rbp), %rdi
-  movq -16(%rbp), %rsi
-  movq -24(%rbp), %rdx
-  movq -32(%rbp), %rcx
-  movq -40(%rbp), %r8
-  movq -48(%rbp), %r9
-  movq -56(%rbp), %rax
-  leaveq
+  addq $136, %rsp
+  .irp register, rax, r9, r8, rcx, rdx, rsi, rdi, rbp
+  popq %\register
+  .endr
   .cfi_def_cfa %rsp, 8
   jmpq *%r11
   .cfi_endproc

@@ -2,22 +2,25 @@
 
 #pragma once
 
-#include <cstdint>
+#include "platform/macho/Image.h"
 
 namespace MachO {
 
 constexpr uint32_t kRelativeMethods = 0x80000000, kDirectSelectors = 0x40000000;  // in a method list's entry size
-constexpr uint32_t kEntrySizeMask = 0x0000FFFC;
 
 struct List {
   uint32_t entrySizeAndFlags, count;
-
-  uint32_t EntrySize() const { return entrySizeAndFlags & kEntrySizeMask; }
-  const uint8_t* Entry(uint32_t index) const {
-    const auto* const first = reinterpret_cast<const uint8_t*>(this + 1);
-    return &first[uint64_t{EntrySize()} * index];
-  }
 };
+
+/// The entries of a list, which may be null.
+template <typename Entry>
+Array<const Entry> EntriesOf(const List* list) {
+  if (list == nullptr) return {nullptr, nullptr};
+  if ((list->entrySizeAndFlags & 0xFFFC) != sizeof(Entry))
+    throw Unusable("a list of a class has entries of another size");
+  const auto* const first = reinterpret_cast<const Entry*>(list + 1);
+  return {first, first + list->count};
+}
 
 struct MethodEntry {
   const char *name, *types;
@@ -29,8 +32,14 @@ struct RelativeMethodEntry {
   int32_t name, types, implementation;
 };
 
+#ifdef __x86_64__
+using IvarOffset = int64_t;
+#else
+using IvarOffset = int32_t;
+#endif
+
 struct IvarEntry {
-  int32_t* offset;
+  IvarOffset* offset;
   const char *name, *type;
   uint32_t alignment, size;  ///< the alignment as a power of two
 };

@@ -1,12 +1,9 @@
-// The older way to write fixups down: programs of one-byte instructions, the operand in the low four bits or behind
-// them.
+// The older way to write fixups down: programs of one-byte instructions with operands in the low four bits or behind.
 
-#include "platform/macho/Fixups.h"
+#include "platform/macho/Loading.h"
 
 namespace MachO {
 namespace {
-
-constexpr uint8_t kOperand = 0x0F;
 
 /// Reads a program, and keeps what both kinds of programs set: the place of the next pointer.
 class Program {
@@ -26,16 +23,14 @@ class Program {
   }
 
   std::string Text() {
-    std::string text;
-    while (const uint8_t byte = Byte()) text += static_cast<char>(byte);
+    const std::string text(reinterpret_cast<const char*>(m_at));
+    m_at += text.size() + 1;
     return text;
   }
 
-  void SetPlace(uint8_t segment) {  // __PAGEZERO is the first
-    if (segment == 0 || segment > m_image.Segments().size()) throw Unusable("a fixup is in no segment");
-    m_place = m_image.At(m_image.Segments()[segment - 1].address) + Number();
-  }
+  void SetPlace(uint8_t segment) { m_place = m_image.SegmentAt(segment) + Number(); }
   void Skip(uint64_t bytes) { m_place += bytes; }
+  /// The pointer at the place, which is then behind it and a gap.
   uint64_t& TakePointer(uint64_t skipped) {
     uint64_t& pointer = PointerAt(m_image, m_place);
     m_place += sizeof pointer + skipped;
@@ -48,15 +43,11 @@ class Program {
   uint8_t* m_place = nullptr;
 };
 
-void RequirePointer(uint8_t type) {
-  if (type != 1) throw Unusable("a fixup is not of a pointer");
-}
-
 /// Answers false at the end.
-bool RebaseStep(Program& program, uint64_t slide) {
-  const uint8_t byte = program.Byte(), operand = byte & kOperand, code = byte >> 4;
+bool RebaseStep(Program& program, const Image& image) {
+  const uint8_t byte = program.Byte(), operand = byte & 0x0F, code = byte >> 4;
   if (code == 0) return false;
-  if (code == 1) RequirePointer(operand);
+  if (code == 1 && operand != 1) throw Unusable("a rebased place is no pointer");
   if (code == 2) program.SetPlace(operand);
   if (code == 3) program.Skip(program.Number());
   if (code == 4) program.Skip(operand * sizeof(uint64_t));
@@ -65,25 +56,29 @@ bool RebaseStep(Program& program, uint64_t slide) {
   // So many, more of them, one with a gap, so many with gaps.
   const uint64_t count = code == 5 ? operand : code == 7 ? 1 : program.Number();
   const uint64_t skipped = code >= 7 ? program.Number() : 0;
-  for (uint64_t i = 0; i < count; ++i) program.TakePointer(skipped) += slide;
+  for (uint64_t i = 0; i < count; ++i) {
+    uint64_t& pointer = program.TakePointer(skipped);
+    pointer = reinterpret_cast<uint64_t>(image.At(pointer));
+  }
   return true;
 }
 
 struct Binding {
-  int64_t ordinal = 0, addend = 0;
+  int64_t ordinal = 0;
+  uint64_t addend = 0;
   std::string symbol;
 };
 
 /// Answers false at the end, which lazy pointers have behind each.
-bool BindStep(Program& program, Binding& binding, const std::function<void*(const Binding&)>& resolve) {
-  const uint8_t byte = program.Byte(), operand = byte & kOperand, code = byte >> 4;
+bool BindStep(Program& program, Binding& binding, const Image& image, const Resolver& resolve) {
+  const uint8_t byte = program.Byte(), operand = byte & 0x0F, code = byte >> 4;
   if (code == 0) return false;
   if (code == 1) binding.ordinal = operand;
   if (code == 2) binding.ordinal = static_cast<int64_t>(program.Number());
   if (code == 3) binding.ordinal = operand == 0 ? 0 : operand - 16;  // a special one, below zero
   if (code == 4) binding.symbol = program.Text();
-  if (code == 5) RequirePointer(operand);
-  if (code == 6) binding.addend = static_cast<int64_t>(program.Number());  // linkers write none below zero
+  if (code == 5 && operand != 1) throw Unusable("a bound place is no pointer");
+  if (code == 6) binding.addend = program.Number();  // linkers write none below zero
   if (code == 7) program.SetPlace(operand);
   if (code == 8) program.Skip(program.Number());
   if (code > 12) throw Unusable("an opcode of the binding is unknown");
@@ -92,7 +87,7 @@ bool BindStep(Program& program, Binding& binding, const std::function<void*(cons
   const uint64_t count = code == 12 ? program.Number() : 1;
   const uint64_t skipped = code == 9 ? 0 : code == 11 ? operand * sizeof(uint64_t) : program.Number();
   for (uint64_t i = 0; i < count; ++i)
-    program.TakePointer(skipped) = reinterpret_cast<uint64_t>(resolve(binding)) + binding.addend;
+    program.TakePointer(skipped) = AddressOf(image, resolve, binding.ordinal, binding.symbol) + binding.addend;
   return true;
 }
 
@@ -101,16 +96,13 @@ bool BindStep(Program& program, Binding& binding, const std::function<void*(cons
 void ApplyOpcodes(const Image& image, const Resolver& resolve) {
   const auto& programs = image.Opcodes();
   Program rebasing(image, programs[0]);
-  while (!rebasing.AtEnd() && RebaseStep(rebasing, image.Slide())) continue;
-  const auto place = [&](const Binding& binding) {
-    return resolve(LibraryOf(image, binding.ordinal, binding.symbol), binding.symbol);
-  };
+  while (!rebasing.AtEnd() && RebaseStep(rebasing, image)) continue;
   // The third is of definitions that another image may override. Here none does: what the image defines stays, and what
   // it does not define is bound by the others.
   for (const bool lazy : {false, true}) {
     Program program(image, programs[lazy ? 3 : 1]);
     Binding binding;
-    while (!program.AtEnd() && (BindStep(program, binding, place) || lazy)) continue;
+    while (!program.AtEnd() && (BindStep(program, binding, image, resolve) || lazy)) continue;
   }
 }
 

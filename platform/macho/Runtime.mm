@@ -44,7 +44,6 @@ id macos_objc_autorelease(id object) {
 void *macos_objc_autoreleasePoolPush() {
   return [[NSAutoreleasePool alloc] init];
 }
-
 void macos_objc_autoreleasePoolPop(void *pool) {
   [static_cast<NSAutoreleasePool *>(pool) release];
 }

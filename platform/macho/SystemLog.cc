@@ -14,10 +14,9 @@ char macos_os_log_default[8];
 
 /// `buffer`: two bytes, the second of which counts the arguments, then for each a byte for its kind, one for its size,
 /// and its value.
-void macos_os_log_error_impl(void* image, os_log_t log, os_log_type_t type, const char* format, const uint8_t* buffer,
+void macos_os_log_error_impl(void*, os_log_t log, os_log_type_t type, const char* format, const uint8_t* buffer,
                              uint32_t size) {
   constexpr uint32_t kMost = 6;
-  (void)image;
   uint64_t arguments[kMost] = {};
   uint32_t at = 2;
   for (uint32_t i = 0; i < buffer[1]; ++i) {

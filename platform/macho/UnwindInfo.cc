@@ -7,8 +7,7 @@ namespace MachO {
 namespace {
 
 constexpr uint32_t kRegularPage = 2, kCompressedPage = 3;
-constexpr int kPersonalityShift = 28;
-constexpr uint32_t kPersonalityMask = 3, kHasHandlers = 0x40000000;
+constexpr uint32_t kHasHandlers = 0x40000000;  // in an encoding; a personality has its number in 0x30000000
 
 struct Header {
   uint32_t version, commonEncodings, commonEncodingCount, personalities, personalityCount, index, indexCount;
@@ -18,20 +17,15 @@ struct IndexEntry {
   uint32_t function, page, handlers;
 };
 
-struct RegularPage {
-  uint32_t kind;
-  uint16_t entries, entryCount;
-};
-
-struct CompressedPage {
+/// Of either kind; a regular one has no encodings of its own.
+struct Page {
   uint32_t kind;
   uint16_t entries, entryCount, encodings, encodingCount;
 };
 
 class Reader {
  public:
-  explicit Reader(const Image& image) : m_image(image), m_section(image.Find("__unwind_info")) {
-    if (m_section.start == nullptr) return;
+  Reader(const Image& image, Section section) : m_image(image), m_section(section) {
     const auto& header = *At<Header>(0);
     if (header.version != 1) throw Unusable("__unwind_info is of an unknown version");
     const auto* index = At<IndexEntry>(header.index);
@@ -40,16 +34,12 @@ class Reader {
       m_handlers[entry[0]] = entry[1];
     for (uint32_t i = 0; i + 1 < header.indexCount; ++i)
       if (index[i].page != 0) ReadPage(header, index[i]);
-    for (size_t i = 0; i < m_frames.size(); ++i)
-      m_frames[i].end = i + 1 < m_frames.size() ? m_frames[i + 1].start : m_image.FromHeader(last.function);
+    const uint8_t* end = m_image.FromHeader(last.function);
+    for (auto frame = m_frames.rbegin(); frame != m_frames.rend(); end = frame++->start)
+      frame->size = static_cast<uint64_t>(end - frame->start);
   }
 
-  std::vector<Frame> Frames() const {
-    std::vector<Frame> told;
-    for (const Frame& frame : m_frames)
-      if (frame.encoding != 0) told.push_back(frame);
-    return told;
-  }
+  std::vector<Frame> Frames() && { return std::move(m_frames); }
 
  private:
   template <typename Value>
@@ -59,27 +49,24 @@ class Reader {
   }
 
   void ReadPage(const Header& header, const IndexEntry& index) {
-    if (const auto& regular = *At<RegularPage>(index.page); regular.kind == kRegularPage) {
-      const auto* entries = At<uint32_t>(index.page + regular.entries);
-      for (uint32_t i = 0; i < regular.entryCount; ++i) Add(header, entries[2 * i], entries[2 * i + 1]);
-      return;
-    }
-    const auto& page = *At<CompressedPage>(index.page);
-    if (page.kind != kCompressedPage) throw Unusable("a page of __unwind_info is of an unknown kind");
+    const auto& page = *At<Page>(index.page);
     const auto* entries = At<uint32_t>(index.page + page.entries);
-    for (uint32_t i = 0; i < page.entryCount; ++i) {
-      const uint32_t encoding = entries[i] >> 24, own = encoding - header.commonEncodingCount;
-      Add(header, index.function + (entries[i] & 0xFFFFFF),
-          encoding < header.commonEncodingCount ? At<uint32_t>(header.commonEncodings)[encoding]
-                                                : At<uint32_t>(index.page + page.encodings)[own]);
-    }
+    if (page.kind == kRegularPage)
+      for (uint32_t i = 0; i < page.entryCount; ++i) Add(header, entries[2 * i], entries[2 * i + 1]);
+    else if (page.kind == kCompressedPage)
+      for (uint32_t i = 0; i < page.entryCount; ++i) {
+        const uint32_t encoding = entries[i] >> 24, own = encoding - header.commonEncodingCount;
+        Add(header, index.function + (entries[i] & 0xFFFFFF),
+            encoding < header.commonEncodingCount ? At<uint32_t>(header.commonEncodings)[encoding]
+                                                  : At<uint32_t>(index.page + page.encodings)[own]);
+      }
+    else
+      throw Unusable("a page of __unwind_info is of an unknown kind");
   }
 
   void Add(const Header& header, uint32_t function, uint32_t encoding) {
-    Frame frame;
-    frame.start = m_image.FromHeader(function);
-    frame.encoding = encoding;
-    if (const uint32_t number = encoding >> kPersonalityShift & kPersonalityMask; number != 0) {
+    Frame frame = {m_image.FromHeader(function), 0, encoding, nullptr, nullptr};
+    if (const uint32_t number = encoding >> 28 & 3; number != 0) {
       const uint32_t place = At<uint32_t>(header.personalities)[number - 1];
       frame.personality = *reinterpret_cast<void**>(m_image.FromHeader(place));
     }
@@ -100,7 +87,18 @@ class Reader {
 }  // namespace
 
 std::vector<Frame> FramesOf(const Image& image) {
-  return Reader(image).Frames();
+  const Section section = image.Find("__unwind_info");
+  if (section.start == nullptr) return {};
+  return Reader(image, section).Frames();
+}
+
+const void* FullEntries(const Image& image) {
+  const Section section = image.Find("__eh_frame");
+  const uint8_t* const end = section.start + section.size;
+  constexpr uint8_t kEnd[sizeof(uint32_t)] = {};
+  if (section.start != nullptr && (!image.Holds(end + sizeof kEnd) || std::memcmp(end, kEnd, sizeof kEnd) != 0))
+    throw Unusable("behind __eh_frame is not the zero that ends it for this system's unwinder");
+  return section.start;
 }
 
 }  // namespace MachO

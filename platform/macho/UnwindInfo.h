@@ -11,32 +11,32 @@ namespace MachO {
 
 /// How the frames of one function are left.
 struct Frame {
-  const uint8_t *start = nullptr, *end = nullptr;
+  const uint8_t* start = nullptr;
+  uint64_t size = 0;
   uint32_t encoding = 0;              ///< compact; what its bits mean depends on the processor
   const void* personality = nullptr;  ///< the language's handler, or null
   const uint8_t* handlers = nullptr;  ///< what it reads, or null
 };
 
-/// The functions that `__unwind_info` tells of; those that it says nothing about are left out. Throws Unusable.
+/// The functions of `__unwind_info`. Throws Unusable.
 std::vector<Frame> FramesOf(const Image& image);
+
+/// `__eh_frame`, as the unwinder reads it: the functions whose frames fit no compact encoding. Null when there is none.
+const void* FullEntries(const Image& image);
 
 /// The rules for one function, in the unwinder's language.
 struct FrameRules {
+  /// The frame's address is register `number` plus `bytes`.
+  void Address(uint8_t number, uint64_t bytes);
+  /// Register `number` is kept `units` of 8 bytes below the frame's address.
+  void Kept(uint8_t number, uint64_t units);
+
   std::vector<uint8_t> instructions;
-  uint8_t returnRegister = 0;
-  uint32_t fullEntry = 0;  ///< not 0: the rules are the entry at this offset of `__eh_frame`
 };
 
-/// The compact encoding in the unwinder's language. One file per processor. Throws Unusable.
+/// The compact encoding in the unwinder's language; empty for a function without a frame or with a full entry. One file
+/// per processor. Throws Unusable.
 FrameRules RulesOf(const Frame& frame);
-
-/// Lets exceptions pass the image's functions: hands the unwinder the rules of all of them.
-void RegisterFrames(const Image& image);
-
-/// What both processors' encodings are written with: appends "register `number` is kept `units` of 8 bytes below the
-/// frame's address", and "the frame's address is register `number` plus `bytes`".
-void KeptAt(std::vector<uint8_t>& instructions, uint8_t number, uint64_t units);
-void FrameAddress(std::vector<uint8_t>& instructions, uint8_t number, uint64_t bytes);
-void AppendNumber(std::vector<uint8_t>& bytes, uint64_t value);
+extern const uint8_t kReturnRegister;
 
 }  // namespace MachO

@@ -6,21 +6,16 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "platform/macho/Classes.h"
-#include "platform/macho/Fixups.h"
-#include "platform/macho/Imports.h"
-#include "platform/macho/UnwindInfo.h"
+#include "platform/macho/Loading.h"
 
 namespace {
 
-using Entry = int (*)(int, char**, char**, char**);
-using Initializer = void (*)(int, char**, char**, char**);
+using Code = int (*)(int, char**, char**, char**);  // the entry and the initializers
 
-/// Both stay as long as the process: what the code registers for its end runs after main.
+/// It stays as long as the process: what the code registers for its end runs after main.
 const MachO::Image* Load(const std::string& path) {
   auto* const image = new MachO::Image(path);
-  auto* const imports = new MachO::Imports;
-  ApplyFixups(*image, [&](const auto& library, const auto& symbol) { return imports->Resolve(library, symbol); });
+  ApplyFixups(*image, MachO::ReadImports());
   RegisterClasses(*image);
   RegisterFrames(*image);
   image->Protect();
@@ -39,9 +34,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   char* none[] = {nullptr};
-  for (const Initializer initializer : image->ArrayIn<Initializer>("__mod_init_func"))
-    initializer(argc, argv, environ, none);
+  for (const Code initializer : image->ArrayIn<Code>("__mod_init_func")) initializer(argc, argv, environ, none);
   for (const uint32_t offset : image->ArrayIn<uint32_t>("__init_offsets"))
-    reinterpret_cast<Initializer>(image->FromHeader(offset))(argc, argv, environ, none);
-  return reinterpret_cast<Entry>(image->FromHeader(image->Entry()))(argc, argv, environ, none);
+    reinterpret_cast<Code>(image->FromHeader(offset))(argc, argv, environ, none);
+  return reinterpret_cast<Code>(image->FromHeader(image->Entry()))(argc, argv, environ, none);
 }

@@ -1,7 +1,8 @@
-// To be preloaded into the loader: notes which functions of the image run. The loader hands the unwinder a table of all
-// functions with frames before it makes their code executable; here each of them gets a breakpoint at its start, which
-// is taken away when it is met. The offsets from the first function go to a file reached.PROCESS in the folder of
-// LLVM_PROFILE_FILE, where the sandbox lets programs write that measure their coverage.
+// To be preloaded into the loader: notes which functions of the image run. The loader hands the unwinder tables, the
+// first of which has all functions with compact frames, before it makes their code executable; here each of them gets a
+// breakpoint at its start, which is taken away when it is met. The offsets from the first function go to a file
+// reached.PROCESS in the folder of LLVM_PROFILE_FILE, where the sandbox lets programs write that measure their
+// coverage.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -57,9 +58,9 @@ void ReadTable(const uint8_t* record) {
 
 }  // namespace
 
-extern "C" void __register_frame(void* table) {
-  using Register = void (*)(void*);
-  reinterpret_cast<Register>(dlsym(RTLD_NEXT, "__register_frame"))(table);
+extern "C" void __register_frame_table(const void** tables) {
+  using Register = void (*)(const void**);
+  reinterpret_cast<Register>(dlsym(RTLD_NEXT, "__register_frame_table"))(tables);
   const char* const profile = std::getenv("LLVM_PROFILE_FILE");
   if (profile == nullptr) return;
   const auto folder = std::filesystem::path(profile).parent_path();
@@ -67,7 +68,7 @@ extern "C" void __register_frame(void* table) {
       open((folder / ("reached." + std::to_string(getpid()))).c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
   if (s_file < 0) return;
   s_first = new std::map<uintptr_t, uint8_t>;
-  ReadTable(static_cast<const uint8_t*>(table));
+  ReadTable(static_cast<const uint8_t*>(tables[0]));
   struct sigaction action = {};
   action.sa_sigaction = Reached;
   action.sa_flags = SA_SIGINFO;

@@ -11,6 +11,7 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "bundle" / "verify"))
 
+import image_checks  # noqa: E402
 import macho  # noqa: E402
 
 APP = pathlib.Path(os.environ["SHIPPED_APP"])
@@ -36,7 +37,7 @@ class BrokenBundle(unittest.TestCase):
     def loaded(self, change):
         """What the loader says of the executable in which change(data) replaced something."""
         folder = self.folder / "appex"
-        shutil.copytree(APPEX, folder)
+        shutil.copytree(APPEX, folder, dirs_exist_ok=True)
         executable = folder / "Contents/MacOS/QELToken.macho"
         data = bytearray(executable.read_bytes())
         change(data)
@@ -78,15 +79,24 @@ class BrokenBundle(unittest.TestCase):
         self.assertEqual(done.returncode, 1)
         self.assertIn("QELToken.sources is missing", done.stderr)
 
-    def test_a_class_of_another_name_is_named(self):
+    def test_every_class_of_another_name_is_named(self):
         app = self.copy_of_app()
         executable = app / EXECUTABLE
-        data = bytearray(executable.read_bytes())
-        self.replace_all(data, b"\0SlotSessionPair\0", b"\0SlotSessionPoir\0")
-        executable.write_bytes(data)
-        done = self.demo(app)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("the class SlotSessionPair is missing", done.stderr)
+        whole = executable.read_bytes()
+        classes = image_checks.registered_names(ROOT)[0]
+        self.assertGreater(len(classes), 5)
+        for name in sorted(classes):
+            with self.subTest(name):
+                data = bytearray(whole)
+                self.replace_all(data, f"\0{name}\0".encode(), f"\0{name[:-1]}_\0".encode())
+                executable.write_bytes(data)
+                done = self.demo(app)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(f"the class {name} is missing", done.stderr)
+
+    def test_a_missing_class_of_an_instance_variable_is_named(self):
+        said = self.loaded(lambda data: self.replace_all(data, b"\0SlotSessionPair\0", b"\0SlotSessionPoir\0"))
+        self.assertIn("the class SlotSessionPair is missing, of which QELTokenSession has m_currentPair", said)
 
     def test_two_classes_of_one_name_are_named(self):
         said = self.loaded(lambda data: self.replace_all(data, b"\0QELTokenDriver\0", b"\0TKSmartCardATR\0"))
@@ -100,12 +110,14 @@ class BrokenBundle(unittest.TestCase):
         said = self.loaded(lambda data: self.replace_all(data, b"/usr/lib/libiconv.2.dylib\0", b"/usr/lib/libicomv.2.dylib\0"))
         self.assertRegex(said, "the import _iconv(_open|_close)? of /usr/lib/libicomv.2.dylib has no row")
 
-    def test_an_instance_variable_elsewhere_is_named(self):
-        def move(data):
-            image = macho.read(APP / EXECUTABLE)[PROCESSOR]
-            start = data.find(bytes(image.data))
-            data[start + image.section("__objc_ivar").offset] += 8
-        self.assertRegex(self.loaded(move), r"the instance variable m_\w+ of \w+ is at offset \d+ instead of \d+")
+    def test_every_instance_variable_elsewhere_is_named(self):
+        image = macho.read(APP / EXECUTABLE)[PROCESSOR]
+        start, section = APP.joinpath(EXECUTABLE).read_bytes().find(bytes(image.data)), image.section("__objc_ivar")
+        for place in range(section.offset, section.offset + section.size, 4):
+            with self.subTest(place=place):
+                def move(data, at=start + place):
+                    data[at] += 8
+                self.assertRegex(self.loaded(move), r"the instance variable m_\w+ of \w+ is at offset \d+ instead of \d+")
 
     def test_a_protocol_that_nobody_adopts_is_named(self):
         said = self.loaded(lambda data: self.replace_all(data, b"\0TKTokenDelegate\0", b"\0TKTokenDelegato\0"))
