@@ -85,7 +85,7 @@ class LintTest(unittest.TestCase):
                 (self.folder / name).unlink()
 
     def test_every_text_check_has_a_case(self):
-        on_their_own = {"tests_have_a_target", "quirks_are_held", "imports_tell_the_language"}
+        on_their_own = {"tests_have_a_target", "quirks_are_held", "imports_tell_the_language", "pages_name_what_is_there"}
         self.assertEqual({c[0] for c in CASES} | on_their_own, set(text_checks.CHECKS))
 
     def test_a_long_product_file_is_a_warning_before_it_is_a_defect(self):
@@ -124,6 +124,20 @@ class LintTest(unittest.TestCase):
                     "| a | `util/A.cc` | nothing | none |", "| a | `util/A.cc` | `A.Stays`, `A.Goes` | none |"):
             self.write("docs/quirks.md", head + row + "\n")
             self.assertEqual(len(self.defects(check)), 1, row)
+
+    def test_a_page_that_names_what_is_not_there_is_a_defect(self):
+        check = text_checks.pages_name_what_is_there
+        self.write("util/A.cc", "int a;\n")
+        self.write("script/lint", "")
+        self.write("tests/util/ATest.cc", "TYPED_TEST(A, Stays) {}\n")
+        self.write("README.md", "# Top\n\n## Old & new\n")
+        for good, bad in (("[a](../README.md#old--new)", "[a](../README.md#old)"), ("[a](#here)", "[a](#there)"),
+                          ("[a](page.md)", "[a](pages.md)"), ("`util/A.cc`", "`util/B.cc`"), ("`util/*.cc`", "`util/*.mm`"),
+                          ("script/lint --list", "script/lent --list"), ("`A.Stays`", "`A.Goes`"), ("`x/y`, `B.Goes`", "`util/y`")):
+            self.write("docs/page.md", f"# Here\n{good}\n")
+            self.assertEqual(self.defects(check), [], good)
+            self.write("docs/page.md", f"# Here\n{bad}\n")
+            self.assertEqual(len(self.defects(check)), 1, bad)
 
     def test_a_folder_of_a_house_without_a_row_is_a_defect(self):
         self.write("host/main.cc", '#include "host/keys/Pem.h"\n')

@@ -1,5 +1,6 @@
 """Checks that read the sources. Each yields one line per defect and begins it with file:line."""
 
+import posixpath
 import re
 
 from sources import PRODUCT, SUFFIXES, matches
@@ -202,13 +203,18 @@ def headers_documented(tree):
             continued = bool(line) and not comment and not line.startswith(("@", "#")) and not line.endswith((";", "}", "{", ":"))
 
 
+def named_tests(tree):
+    """"Suite.Case" of every test."""
+    return {f"{found.group(1)}.{found.group(2)}"
+            for name in tree.sources("tests")
+            for found in re.finditer(r"(?m)^\s*(?:TYPED_)?TEST(?:_[FP])?\(\s*(\w+),\s*(\w+)\s*\)", tree.code(name))}
+
+
 def quirks_are_held(tree):
     """Each row of docs/quirks.md that names where a quirk stands names an existing file and existing tests that hold it."""
     if not tree.exists("docs/quirks.md"):
         return
-    tests = {f"{found.group(1)}.{found.group(2)}"
-             for name in tree.sources("tests")
-             for found in re.finditer(r"(?m)^\s*TEST(?:_[FP])?\(\s*(\w+),\s*(\w+)\s*\)", tree.code(name))}
+    tests = named_tests(tree)
     for line, row in matches(r"(?m)^\| .* \|$", tree.text("docs/quirks.md")):
         cells = [cell.strip() for cell in row.group(0).strip("|").split(" | ")]
         if len(cells) != 4 or cells[1] == "where" or set(cells[0]) == {"-"}:
@@ -223,6 +229,35 @@ def quirks_are_held(tree):
                 yield f"docs/quirks.md:{line}: there is no test {test}"
 
 
+def _anchors(text):
+    """What the headings of a page are linked by."""
+    headings = re.findall(r"(?m)^#+ +(.*)$", text)
+    return {re.sub(r"[^\w\- ]", "", heading.strip().lower()).replace(" ", "-") for heading in headings}
+
+
+def pages_name_what_is_there(tree):
+    """Links of the pages lead to files and headings; files, scripts and tests that they name exist."""
+    tests, tops = named_tests(tree), {name.split("/")[0] for name in tree.files if "/" in name}
+    suites = {test.split(".")[0] for test in tests}
+    for name in tree.files:
+        if not name.endswith(".md"):
+            continue
+        text, folder = tree.text(name), posixpath.dirname(name)
+        for line, link in matches(r"\]\((?!https?:)([^)#\s]*)#?([^)\s]*)\)", text):
+            target = posixpath.normpath(posixpath.join(folder, link.group(1))) if link.group(1) else name
+            if not tree.exists(target):
+                yield f"{name}:{line}: the link leads to no file: {link.group(1)}"
+            elif link.group(2) and link.group(2) not in _anchors(tree.text(target)):
+                yield f"{name}:{line}: {target} has no heading #{link.group(2)}"
+        for line, word in matches(r"`([a-z]+/[\w./+*-]*)[^`\n]*`|(?<![\w/])(script/\w[\w./-]*)", text):
+            path = (word.group(1) or word.group(2)).rstrip("./")
+            if path.split("/")[0] in tops and not any(tree.root.glob(path)):
+                yield f"{name}:{line}: there is no {path}"
+        for line, test in matches(r"`(\w+)\.([A-Z]\w*)[^`\n]*`", text):
+            if folder == "docs" and test.group(1) in suites and f"{test.group(1)}.{test.group(2)}" not in tests:
+                yield f"{name}:{line}: there is no test {test.group(1)}.{test.group(2)}"
+
+
 CHECKS = {
     "include_arrows": include_arrows,
     "platform_conditionals": platform_conditionals,
@@ -234,4 +269,5 @@ CHECKS = {
     "tests_have_a_target": tests_have_a_target,
     "headers_documented": headers_documented,
     "quirks_are_held": quirks_are_held,
+    "pages_name_what_is_there": pages_name_what_is_there,
 }
