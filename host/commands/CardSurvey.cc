@@ -240,7 +240,7 @@ std::string FateOf(const SurveyedCertificate& certificate) {
 
 std::string CardSurvey(const std::string& path, const std::vector<SandboxRule>& rules,
                        std::chrono::milliseconds patience) {
-  const auto sandbox = rules.empty() ? nullptr : std::make_unique<Sandbox>(rules);
+  const auto sandbox = rules.empty() ? nullptr : std::make_unique<Sandbox>(rules, Sandbox::Programs::None);
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) return "  not asked: no pipe\n";
   std::vector<std::string> variables = ExtensionEnvironment();

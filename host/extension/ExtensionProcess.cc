@@ -43,28 +43,30 @@ std::pair<int, int> MakePipe() {
   return {ends[0], ends[1]};
 }
 
-/// Gives this process nothing to read, standard error for both outputs, `socket` and no other descriptor but `report`,
-/// whose new number is returned; a program does not inherit that.
-int ArrangeDescriptors(int socket, int report) {
+/// Gives this process nothing to read, `output` for both outputs, `socket` and no other descriptor but `report`, whose
+/// new number is returned; a program does not inherit that.
+int ArrangeDescriptors(int socket, int output, int report) {
   const int highSocket = fcntl(socket, F_DUPFD, kExtensionSocket + 2);
   const int highReport = fcntl(report, F_DUPFD, kExtensionSocket + 2);
   const int null = open("/dev/null", O_RDONLY);
+  dup2(output, STDOUT_FILENO);
+  dup2(STDOUT_FILENO, STDERR_FILENO);
   dup2(null, STDIN_FILENO);
-  dup2(STDERR_FILENO, STDOUT_FILENO);
   dup2(highSocket, kExtensionSocket);
   const int reporting = dup3(highReport, kExtensionSocket + 1, O_CLOEXEC);
   close_range(static_cast<unsigned>(reporting) + 1, ~0U, 0);
   return reporting;
 }
 
-/// Starts `program` with `socket`, within `sandbox` unless that is null. Throws Failure, or returns the error number
-/// when it was not started.
-int StartProgram(Program program, int socket, const Sandbox* sandbox, std::unique_ptr<ChildProcess>* started) {
+/// Starts `program` with `socket`, printing to `output`, within `sandbox` unless that is null. Throws Failure, or
+/// returns the error number when it was not started.
+int StartProgram(Program program, int socket, int output, const Sandbox* sandbox,
+                 std::unique_ptr<ChildProcess>* started) {
   const std::vector<char*> arguments = Pointers(program.arguments), environment = Pointers(program.environment);
   const auto [reported, report] = MakePipe();
   *started = std::make_unique<ChildProcess>([&, report = report] {
     int reason = sandbox && !sandbox->Enter() ? EPERM : 0;
-    const int reporting = ArrangeDescriptors(socket, report);
+    const int reporting = ArrangeDescriptors(socket, output, report);
     if (reason == 0) {
       execve(program.path.c_str(), arguments.data(), environment.data());
       reason = errno;
@@ -127,6 +129,7 @@ void ExtensionProcess::Start() {
 void ExtensionProcess::Spawn() {
   const std::vector<SandboxRule> rules = SandboxRules();
   const auto sandbox = rules.empty() ? nullptr : std::make_unique<Sandbox>(rules);
+  m_printed = std::make_unique<PrintedLines>();
   int sockets[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0)
     throw Failure(ExitStatus::Failed, std::string("no socket for the extension: ") + std::strerror(errno));
@@ -137,8 +140,11 @@ void ExtensionProcess::Spawn() {
   const char* const toSystem = onStandardError && std::strcmp(onStandardError, "1") == 0 ? "NO" : "YES";
   const std::string program = m_executable.string();
   const std::string socket = "--host-socket=" + std::to_string(kExtensionSocket);
-  const int result = StartProgram({program, {program, socket, "-GSLogSyslog", toSystem}, ExtensionEnvironment()},
-                                  sockets[1], sandbox.get(), &m_process);
+  std::vector<std::string> arguments = {program, socket, "-GSLogSyslog", toSystem};
+  if (sandbox) arguments.emplace_back("--run-nothing");
+  const int result = StartProgram({program, arguments, ExtensionEnvironment()}, sockets[1], m_printed->Descriptor(),
+                                  sandbox.get(), &m_process);
+  m_printed->CloseDescriptor();
   close(sockets[1]);
   if (result == 0) return;
   End(milliseconds(0));
@@ -157,7 +163,7 @@ std::vector<SandboxRule> ExtensionProcess::SandboxRules() const {
   }
   for (const SandboxRule& rule : rules) Note("sandbox: " + Describe(rule));
   if (rules.empty()) return {};
-  Note("sandbox: no network");
+  Note("sandbox: no network, and no process or program but its own");
   for (const std::string& gap : Sandbox::Gaps()) Note("sandbox: this kernel cannot keep it from " + gap);
   return rules;
 }
@@ -198,6 +204,7 @@ int ExtensionProcess::End(milliseconds patience) {
   m_channel.reset();
   const int status = m_process->End(patience);
   m_process.reset();
+  m_printed.reset();
   return status;
 }
 

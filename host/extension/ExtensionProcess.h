@@ -12,6 +12,7 @@
 
 #include "host/base/Failure.h"
 #include "host/extension/ChildProcess.h"
+#include "host/extension/PrintedLines.h"
 #include "host/extension/Sandbox.h"
 #include "host/terminal/Progress.h"
 #include "platform/wire/Client.h"
@@ -97,6 +98,7 @@ class ExtensionProcess {
       const auto start = std::chrono::steady_clock::now();
       auto answer = Answered(task, request, client);
       if (m_stopwatch) m_stopwatch(task.request, std::chrono::steady_clock::now() - start, m_channel->LastDuration());
+      m_printed->Pass();  // before what is said of the answer
       Note("<- " + OutcomeOf(answer));
       return answer;
     } catch (const Wire::ProtocolError& problem) {
@@ -126,6 +128,7 @@ class ExtensionProcess {
   Stopwatch m_stopwatch;
   Confinement m_confinement;
   Waiting m_waiting;
+  std::unique_ptr<PrintedLines> m_printed;
   std::unique_ptr<ChildProcess> m_process;
   std::unique_ptr<Wire::Channel> m_channel;
   int m_stop = -1;

@@ -2,7 +2,9 @@
 
 #include <QELBuildConstants.h>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <linux/landlock.h>
+#include <linux/securebits.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -16,7 +18,6 @@
 #include <iterator>
 
 #include "host/base/Failure.h"
-#include "host/extension/CallFilter.h"
 #include "host/extension/Landlock.h"
 #include "report/ExtensionSettings.h"
 #include "softcard/state/RealLibrary.h"
@@ -84,6 +85,15 @@ void AddRule(int rules, const SandboxRule& rule) {
   close(place);
   if (result != 0)
     throw Failure(ExitStatus::Failed, "no sandbox rule for " + rule.path.string() + ": " + std::strerror(reason));
+}
+
+/// For good, whatever the user's are: an administrator's extension is no administrator.
+bool GiveUpPrivileges() {
+  constexpr unsigned long kUserIsNobody = SECBIT_NOROOT | SECBIT_NOROOT_LOCKED;
+  prctl(PR_SET_SECUREBITS, kUserIsNobody, 0, 0, 0);  // refused to who has no privileges
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && syscall(SYS_capset, &header, none) == 0;
 }
 
 /// What is not there cannot be excepted, so a file that is yet to be written is made here.
@@ -173,7 +183,7 @@ std::vector<SandboxRule> RulesFor(const fs::path& bundle) {
   return rules;
 }
 
-Sandbox::Sandbox(const std::vector<SandboxRule>& rules) {
+Sandbox::Sandbox(const std::vector<SandboxRule>& rules, Programs programs) : m_calls(programs) {
   const long version = Version();
   const Landlock::Ruleset handled = {Landlock::FileRights(version), Landlock::NetworkRights(version),
                                      Landlock::Scopes(version)};
@@ -210,8 +220,7 @@ std::vector<std::string> Sandbox::GapsOf(long version) {
 }
 
 bool Sandbox::Enter() const {
-  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && FilterCalls() &&
-         syscall(SYS_landlock_restrict_self, m_rules, 0) == 0;
+  return GiveUpPrivileges() && m_calls.Enter() && syscall(SYS_landlock_restrict_self, m_rules, 0) == 0;
 }
 
 }  // namespace Host

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "host/extension/CallFilter.h"
+
 namespace Host {
 
 /// A file or folder, with all below it.
@@ -36,11 +38,12 @@ std::vector<std::filesystem::path> ReadOnlyExceptions(const std::string& text, c
 std::vector<SandboxRule> RulesFor(const std::filesystem::path& bundle);
 
 /// A set of rules that a thread can put itself under, and what it starts. Beside the files, it keeps them from
-/// networks, and from signals to, abstract sockets of and the memory of others.
+/// networks, from signals to, abstract sockets of and the memory of others, from new processes, and from privileges.
 class Sandbox {
  public:
+  using Programs = CallFilter::Programs;
   /// Rules for paths that do not exist have no effect. Throws Failure when the kernel refuses the set.
-  explicit Sandbox(const std::vector<SandboxRule>& rules);
+  explicit Sandbox(const std::vector<SandboxRule>& rules, Programs programs = Programs::One);
   ~Sandbox();
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
@@ -58,6 +61,7 @@ class Sandbox {
   bool Enter() const;
 
  private:
+  CallFilter m_calls;
   int m_rules = -1;
 };
 

@@ -5,13 +5,17 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/time.h>
 #include <sys/un.h>
-#include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -63,15 +67,31 @@ int ConnectAbstractly(const std::string& name) {
                  static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size()));
 }
 
+/// Nobody is left to tell of a success.
 int Run(const std::string& program) {
-  const pid_t child = fork();
-  if (child == 0) {
-    execl(program.c_str(), program.c_str(), nullptr);
-    _exit(errno);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WEXITSTATUS(status);
+  return Result(execl(program.c_str(), program.c_str(), nullptr));
+}
+
+/// The loader takes any file that may be read.
+int Load(const std::string& program) {
+  return Result(execl("/lib64/ld-linux-x86-64.so.2", "ld.so", program.c_str(), nullptr));
+}
+
+int MakeProgramInMemory(const std::string&) {
+  return Result(syscall(SYS_memfd_create, "program", 0));
+}
+
+/// In the host.
+int LimitProcessorTime(const std::string&) {
+  const rlimit limit = {1, 1};
+  return Result(syscall(SYS_prlimit64, getppid(), RLIMIT_CPU, &limit, nullptr));
+}
+
+int ChangeModeOfReadable(const std::string& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int reason = Result(fchmod(file, 0666));
+  close(file);
+  return reason;
 }
 
 int Replace(const std::string& path) {
@@ -82,8 +102,6 @@ int Replace(const std::string& path) {
 int Stay(const std::string&) {
   const pid_t child = fork();
   if (child != 0) return Result(child);
-  setsid();
-  setpgid(0, 0);
   while (true) pause();
 }
 
@@ -97,10 +115,23 @@ const std::map<std::string, std::function<int(const std::string&)>> kDeeds = {
     {"write", [](const std::string& path) { return Open(path, O_WRONLY); }},
     {"make", [](const std::string& path) { return Open(path, O_WRONLY | O_CREAT); }},
     {"truncate", [](const std::string& path) { return Result(truncate(path.c_str(), 0)); }},
+    {"empty-errors", [](const std::string&) { return Result(ftruncate(STDERR_FILENO, 0)); }},
     {"remove", [](const std::string& path) { return Result(unlink(path.c_str())); }},
     {"replace", Replace},
     {"symlink", [](const std::string& path) { return Result(symlink("/etc/passwd", path.c_str())); }},
     {"run", Run},
+    {"load", Load},
+    {"memory", MakeProgramInMemory},
+    {"mode", [](const std::string& path) { return Result(chmod(path.c_str(), 0777)); }},
+    {"open-mode", ChangeModeOfReadable},
+    {"time", [](const std::string& path) { return Result(utimes(path.c_str(), nullptr)); }},
+    {"attribute", [](const std::string& path) { return Result(setxattr(path.c_str(), "user.mine", "", 0, 0)); }},
+    {"limit", LimitProcessorTime},
+    {"slow", [](const std::string&) { return Result(setpriority(PRIO_PROCESS, getppid(), 19)); }},
+    {"shared", [](const std::string&) { return Result(shmget(IPC_PRIVATE, 4096, IPC_CREAT | 0600)); }},
+    {"key", [](const std::string&) { return Result(syscall(SYS_keyctl, 0, -4, 0)); }},
+    {"namespace", [](const std::string&) { return Result(unshare(CLONE_NEWUSER)); }},
+    {"root", [](const std::string&) { return Result(sethostname("mine", 4)); }},
     {"signal", [](const std::string&) { return Result(kill(getppid(), SIGTERM)); }},
     {"tcp", [](const std::string&) { return ConnectLocally(SOCK_STREAM); }},
     {"udp", [](const std::string&) { return ConnectLocally(SOCK_DGRAM); }},

@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include "platform/src/Foundation/CrashReport.h"
 #include "platform/src/Foundation/DefaultsDatabase.h"
 #include "platform/src/Foundation/ExtensionServer.h"
+#include "platform/src/Foundation/StartedProgram.h"
 
 namespace {
 
@@ -31,6 +33,10 @@ std::optional<int> HostSocket(int argc, char** argv) {
     return isSocket ? std::optional(static_cast<int>(descriptor)) : std::nullopt;
   }
   return std::nullopt;
+}
+
+bool HasOption(int argc, char** argv, const char* option) {
+  return std::any_of(argv, argv + argc, [&](const char* argument) { return std::strcmp(argument, option) == 0; });
 }
 
 Wire::Message Refusal(const std::string& problem) {
@@ -85,6 +91,9 @@ extern "C" int NSExtensionMain(int argc, char** argv) {
   if (!socket) {
     std::fprintf(stderr, "%s: an extension is started by its host, with --host-socket=DESCRIPTOR\n", argv[0]);
     return ExitUsage;
+  }
+  if (HasOption(argc, argv, "--run-nothing")) {
+    RemainTheStartedProgram();
   }
   UseNoDefaultsDatabase();
   try {

@@ -167,8 +167,11 @@ TEST_P(AgentUnderNuisance, SignsForAnotherClientWithoutAnErrorOrALongWaitAndKeep
               << GetParam().name << "\n";
     EXPECT_LT(*beside, kLongWait);
   }
-  for (int attempt = 0; attempt < 100 && OpenDescriptors(process) != descriptors; ++attempt) usleep(50000);
-  EXPECT_EQ(OpenDescriptors(process), descriptors);
+  // Connections that were still in the queue come and go.
+  int timesInARow = 0;
+  for (int attempt = 0; attempt < 200 && timesInARow < 5; ++attempt, usleep(25000))
+    timesInARow = OpenDescriptors(process) == descriptors ? timesInARow + 1 : 0;
+  EXPECT_EQ(timesInARow, 5) << OpenDescriptors(process) << " descriptors instead of " << descriptors;
   std::cout << "resident memory " << (ResidentMemory(process) - memory) / 1e6 << " MB more than before\n";
   EXPECT_TRUE(Slowest(agent.Socket(), request));
 }
