@@ -25,6 +25,13 @@ _ctkhost() {
     if [[ -n $word && " ${commands//$'\n'/ } " == *" $word "* ]]; then command=$word; fi
   done
   COMPREPLY=()
+  for ((word = 1; word < COMP_CWORD; word++)); do  # behind two hyphens stands another command
+    if [[ ${COMP_WORDS[word]} == -- ]]; then
+      word=$([[ $previous == -- ]] && echo -c || echo -f)
+      while IFS= read -r word; do COMPREPLY+=("$word"); done < <(compgen "$word" -- "$current" | sort -u)
+      return
+    fi
+  done
   case $previous in
     --in | --digest | --out | --peer | --pin-file | --extension | --socket | --system-log)
       while IFS= read -r word; do COMPREPLY+=("$word"); done < <(compgen -f -- "$current")
@@ -39,7 +46,7 @@ _ctkhost() {
         if [[ $word == "$current"* ]]; then COMPREPLY+=("$word"); fi
       done < <("$program" readers 2>/dev/null | sed -n 's/^\(card \|empty\)  //p')
       return ;;
-    --size | --shared-info | --timeout | --lines)
+    --size | --shared-info | --timeout | --lines | --lifetime | -t)
       return ;;
     *)
       if [[ $current == -* ]]; then

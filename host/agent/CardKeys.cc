@@ -50,12 +50,13 @@ struct CardKeys::HeldToken {
   unsigned long insertion;
   int run;
   bool pinFileRefused = false;
+  std::optional<std::chrono::nanoseconds> end;  ///< of the login, by TimeSinceStart
   std::vector<Key> keys;
 };
 
-CardKeys::CardKeys(const Options& options, Login login, ExtensionProcess& process, PinPrompt& prompt)
+CardKeys::CardKeys(const Options& options, Lifetime lifetime, ExtensionProcess& process, PinPrompt& prompt)
     : m_options(options),
-      m_login(login),
+      m_lifetime(lifetime),
       m_process(process),
       m_prompt(prompt),
       m_pins(options.pinFile, [this](const std::string& text) { return m_prompt.Ask(text); }) {}
@@ -66,7 +67,11 @@ std::vector<Ssh::Identity> CardKeys::Identities() {
   Follow();
   std::vector<Ssh::Identity> identities;
   for (const auto& [reader, token] : m_tokens)
-    for (const Key& key : token->keys) identities.push_back({key.publicKey.blob, CommentOf(*key.item)});
+    for (const Key& key : token->keys) {
+      const auto isKnown = [&](const Ssh::Identity& known) { return known.blob == key.publicKey.blob; };
+      if (std::none_of(identities.begin(), identities.end(), isKnown))  // several certificates may have one key
+        identities.push_back({key.publicKey.blob, CommentOf(*key.item)});
+    }
   return identities;
 }
 
@@ -86,7 +91,10 @@ std::optional<Ssh::Bytes> CardKeys::Sign(const Ssh::Bytes& blob, const Ssh::Byte
       const bool startedAgain = m_process.IsRunning() && m_process.Run() != found->token->run;
       if (startedAgain && attempt == 0) continue;
       Tell(failure.what());
-      if (failure.Status() == ExitStatus::PinRefused) found->token->pinFileRefused = !m_options.pinFile.empty();
+      const ExitStatus status = failure.Status();
+      if (status == ExitStatus::PinRefused) found->token->pinFileRefused = !m_options.pinFile.empty();
+      // Whatever else failed may have done so behind the login.
+      if (status != ExitStatus::PinRefused && status != ExitStatus::Cancelled) LimitLogin(*found->token);
       return std::nullopt;
     }
   }
@@ -102,9 +110,23 @@ Ssh::Bytes CardKeys::SignWith(const Found& found, const Ssh::SignatureMethod& me
   m_prompt.SetPurpose("SSH key " + ForTerminal(item.label.value_or(item.objectID), 40));
   const Ssh::Bytes signature = found.token->session.Sign(item, SignatureAlgorithm(method.algorithm), data);
   Ssh::Bytes encoded = Ssh::EncodeSignature(found.key->publicKey.type, method, signature);
-  // With its token the card's login ends.
-  if (m_login == Login::ForEachSignature) m_tokens.erase(found.token->token.Reader());
+  LimitLogin(*found.token);
   return encoded;
+}
+
+void CardKeys::LimitLogin(HeldToken& token) {
+  if (!m_lifetime || token.end) return;
+  token.end = TimeSinceStart() + *m_lifetime;
+  // With its token the card's login ends.
+  if (*m_lifetime == std::chrono::seconds(0)) m_tokens.erase(token.token.Reader());
+  SetAlarm();
+}
+
+void CardKeys::SetAlarm() {
+  std::optional<std::chrono::nanoseconds> next;
+  for (const auto& [reader, token] : m_tokens)
+    if (token->end && (!next || *token->end < *next)) next = token->end;
+  m_alarm.SetTo(next);
 }
 
 std::optional<CardKeys::Found> CardKeys::Find(const Ssh::Bytes& blob) {
@@ -112,6 +134,12 @@ std::optional<CardKeys::Found> CardKeys::Find(const Ssh::Bytes& blob) {
     for (const Key& key : token->keys)
       if (key.publicKey.blob == blob) return Found{token.get(), &key};
   return std::nullopt;
+}
+
+std::vector<int> CardKeys::Descriptors() const {
+  std::vector<int> descriptors = m_readers.Descriptors();
+  descriptors.push_back(m_alarm.Descriptor());
+  return descriptors;
 }
 
 void CardKeys::EndGone() {
@@ -130,6 +158,7 @@ std::vector<Reader> CardKeys::KeepCurrent() {
     if (m_options.reader.empty() || reader.name == m_options.reader) served.push_back(std::move(reader));
   for (auto held = m_tokens.begin(); held != m_tokens.end();)
     held = IsCurrent(*held->second, served) ? std::next(held) : m_tokens.erase(held);
+  SetAlarm();
   TellOfService(served.empty() ? found.problem : "");
   return served;
 }
@@ -146,6 +175,7 @@ void CardKeys::Follow() {
 
 bool CardKeys::IsCurrent(const HeldToken& token, const std::vector<Reader>& readers) const {
   if (!m_process.IsRunning() || m_process.Run() != token.run) return false;
+  if (token.end && *token.end <= TimeSinceStart()) return false;
   return std::any_of(readers.begin(), readers.end(), [&](const Reader& reader) {
     return reader.name == token.token.Reader() && reader.hasCard && reader.insertions == token.insertion;
   });

@@ -30,16 +30,14 @@ std::filesystem::path MakeOwnFolder() {
 
 /// The folder of `path`, made when it is missing.
 void RequirePrivateFolder(const std::string& path) {
-  const std::filesystem::path parent = std::filesystem::path(path).parent_path();
-  const std::string folder = parent.empty() ? "." : parent.string();
+  const std::string folder = std::filesystem::path(path).parent_path();
   if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) Fail(path, folder + ": " + std::strerror(errno));
   struct stat status = {};
   if (stat(folder.c_str(), &status) != 0) Fail(path, folder + ": " + std::strerror(errno));
   if (!S_ISDIR(status.st_mode)) Fail(path, folder + " is no folder");
-  if (status.st_uid != geteuid() || (status.st_mode & S_ISVTX) != 0)
+  // No advice to take it from the others: it may be /tmp or a home folder.
+  if (status.st_uid != geteuid() || (status.st_mode & 077) != 0)
     Fail(path, folder + " is for others too; name a folder that is not there yet, which becomes yours alone");
-  if ((status.st_mode & 077) != 0)
-    Fail(path, "nobody else may enter the folder of a socket; 'chmod 700 " + folder + "' sees to that");
 }
 
 sockaddr_un AddressOf(const std::string& path) {
@@ -76,6 +74,7 @@ PrivateSocket::PrivateSocket(std::string path) : m_path(std::move(path)) {
     m_ownFolder = MakeOwnFolder();
     m_path = m_ownFolder / "agent.sock";
   }
+  m_path = std::filesystem::absolute(m_path);  // whoever is told of it may be in another folder
   try {
     Listen();
   } catch (const Failure&) {

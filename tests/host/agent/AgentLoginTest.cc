@@ -42,6 +42,31 @@ TEST(AgentLogin, IsForEachSignatureWhenAlwaysAsked) {
   }
 }
 
+TEST(AgentLogin, EndsWithItsLifetimeAlsoWhenNobodyAsks) {
+  const CardAgent agent({"p256"}, Pin::AskPass, {"-t", "2s"});
+  const auto traced = [&](const std::string& call) {
+    return agent.Card().Text("trace").find(call) != std::string::npos;
+  };
+  ASSERT_EQ(agent.Card().SoftCard({"trace", "on", agent.Card().Path("trace")}).exitStatus, 0);
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 1);
+  EXPECT_FALSE(traced("C_CloseSession"));
+  for (int i = 0; i < 2000 && !traced("C_CloseSession"); ++i) usleep(10000);
+  EXPECT_TRUE(traced("C_CloseSession"));
+  EXPECT_TRUE(Signs(agent));
+  EXPECT_EQ(agent.TimesAsked(), 2);
+}
+
+TEST(AgentLogin, DoesNotTryAWrongPinFileAgainBecauseTimeHasPassed) {
+  const CardAgent agent({"p256"}, Pin::File, {"--lifetime", "1"});
+  agent.Card().Write("pin", "wrong\n");
+  EXPECT_FALSE(Signs(agent));
+  usleep(1500000);
+  agent.Card().Write("pin", RealCard::Pin() + "\n");
+  EXPECT_FALSE(Signs(agent));
+}
+
 TEST(AgentLogin, AsksForThePinOfTheKeyAndWarnsOfTheTriesLeft) {
   const CardAgent agent({"p256"}, Pin::AskPass);
   agent.OnAsking("cat '" + agent.Card().Path("wrong") + "'");

@@ -52,6 +52,8 @@ TEST_P(Signature, OfACommitIsVerifiedByGit) {
   const ChildResult verified = Git({"verify-commit", "HEAD"});
   EXPECT_EQ(verified.exitStatus, 0);
   EXPECT_EQ(verified.errors.rfind("Good \"git\" signature for user@example.org with ", 0), 0u) << verified.errors;
+  const ChildResult log = Git({"log", "--show-signature", "-1"});
+  EXPECT_NE(log.output.find("\nGood \"git\" signature for user@example.org with "), std::string::npos) << log.output;
   Allow(foreignKey);
   EXPECT_NE(Git({"verify-commit", "HEAD"}).exitStatus, 0);
 }

@@ -54,7 +54,7 @@ TEST(KeyComment, IsOneLineWhateverTheCardsLabelIs) {
   const Host::Options options;
   Host::ExtensionProcess process(QEL_FAKE_BUNDLE, std::chrono::seconds(20));
   Host::PinPrompt prompt(-1);
-  Host::CardKeys keys(options, Host::CardKeys::Login::UntilRemoval, process, prompt);
+  Host::CardKeys keys(options, std::nullopt, process, prompt);
   const auto identities = keys.Identities();
   ASSERT_EQ(identities.size(), 1U);
   EXPECT_EQ(identities[0].comment, "mine?ssh-ed25519 AAAA evil??[2J?");

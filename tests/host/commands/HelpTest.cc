@@ -94,6 +94,8 @@ const struct {
     {kCtkhost, "sign --o", {"--out"}},
     {kCtkhost, "sign --pin-", {"--pin-file"}},
     {kCtkhost, "--json agent --a", {"--always-ask"}},
+    {kCtkhost, "agent --l", {"--lifetime"}},
+    {kCtkhost, "agent -- ssh-keyge", {"ssh-keygen"}},
     {kCtkhost, "sign --algorithm ec", {"ecdsa-sha1", "ecdsa-sha224", "ecdsa-sha256", "ecdsa-sha384", "ecdsa-sha512"}},
     {kCtkhost, "list x", {}},
     {kSoftCard, "in", {"init", "insert"}},
