@@ -84,10 +84,7 @@ static CGFloat HeightOf(NSTextField *field, CGFloat width) {
   return NSAccessibilityStaticTextRole;
 }
 
-- (NSString *)accessibilityLabel {
-  return [m_row spokenText];
-}
-
+/// A label with the same words would be said beside it.
 - (id)accessibilityValue {
   return [m_row spokenText];
 }

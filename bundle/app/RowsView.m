@@ -20,6 +20,11 @@ static const CGFloat kSpaceAboveHeading = 8;
   [super dealloc];
 }
 
+/// With the focus here, the scroll view around gets the arrow and page keys.
+- (BOOL)acceptsFirstResponder {
+  return YES;
+}
+
 - (BOOL)isFlipped {
   return YES;
 }

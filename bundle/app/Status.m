@@ -3,6 +3,7 @@
 #include <QELBuildConstants.h>
 #include <time.h>
 
+#import "bundle/app/PinDialogLibrary.h"
 #import "bundle/app/PublishedCertificate.h"
 #import "bundle/app/Validity.h"
 
@@ -105,6 +106,7 @@ static NSDictionary *DescribedReader(QELKnownReader *reader, NSDate *now) {
 
 @synthesize identifier = m_identifier;
 @synthesize registration = m_registration;
+@synthesize isPinDialogMissing = m_pinDialogMissing;
 @synthesize readersKnown = m_readersKnown;
 @synthesize readers = m_readers;
 
@@ -113,6 +115,7 @@ static NSDictionary *DescribedReader(QELKnownReader *reader, NSDate *now) {
   if (self) {
     m_identifier = [QELContainedExtensionIdentifier() copy];
     m_registration = m_identifier == nil ? QELRegistrationMissing : QELRegistrationOfExtension(m_identifier);
+    m_pinDialogMissing = QELIsPinDialogLibraryMissing();
     m_readersKnown = manager != nil;
     m_readers = [QELKnownReaders(watcher, manager, m_identifier) retain];
   }
@@ -134,6 +137,7 @@ static NSDictionary *DescribedReader(QELKnownReader *reader, NSDate *now) {
     @"version" : @QEL_VERSION,
     @"time" : QELTimeText(now),
     @"extension" : @{@"identifier" : OrNull(m_identifier), @"registration" : RegistrationName(m_registration)},
+    @"pinDialogLibraryMissing" : [NSNumber numberWithBool:m_pinDialogMissing],
     @"readersKnown" : [NSNumber numberWithBool:m_readersKnown],
     @"readers" : readers,
   };

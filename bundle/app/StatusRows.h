@@ -30,7 +30,7 @@ typedef enum {
 /// The whole row as a screen reader says it.
 - (NSString *)spokenText;
 
-/// The rows of a status: the extension, then each reader with the certificates of its card.
+/// The rows of a status: the extension, what it lacks, then each reader with the certificates of its card.
 + (NSArray *)rowsOfStatus:(QELStatus *)status at:(NSDate *)now;
 
 @end

@@ -162,6 +162,14 @@ static QELStatusRow *ExtensionRow(QELStatus *status) {
   return row;
 }
 
+static QELStatusRow *PinDialogRow(void) {
+  QELStatusRow *row = Row(YES, NSLocalizedString(@"The PIN dialog library of the card's maker is missing.", @""),
+                          NSLocalizedString(@"No card works without it.", @"of a library"));
+  [row ask:NSLocalizedString(@"Install the software of the card's maker, or ask your administrator to do so.", @"")
+      urgency:QELRowProblem];
+  return row;
+}
+
 static QELStatusRow *CertificateRow(QELPublishedCertificate *certificate, NSDate *now) {
   NSString *name =
       [[certificate name] length] > 0 ? [certificate name] : NSLocalizedString(@"Certificate without a name", @"");
@@ -189,7 +197,8 @@ static NSString *ReaderName(QELKnownReader *reader) {
   return [[reader name] length] > 0 ? [reader name] : NSLocalizedString(@"A reader that the system does not name", @"");
 }
 
-static QELStatusRow *ReaderRowWithoutToken(QELKnownReader *reader) {
+/// `explained` when a row above says why no card works.
+static QELStatusRow *ReaderRowWithoutToken(QELKnownReader *reader, BOOL explained) {
   NSString *detail = NSLocalizedString(@"The card is not accepted.", @"by any token driver");
   NSString *advice = NSLocalizedString(@"Take the card out and insert it again. If this stays, save a support report "
                                        @"for your help desk.",
@@ -212,6 +221,7 @@ static QELStatusRow *ReaderRowWithoutToken(QELKnownReader *reader) {
       advice = NSLocalizedString(@"Take it out, wipe its contacts and insert it again, chip first.", @"");
       break;
     case TKSmartCardSlotStateValidCard:
+      advice = explained ? @"" : advice;
       break;
   }
   QELStatusRow *row = Row(YES, ReaderName(reader), detail);
@@ -253,12 +263,15 @@ static QELStatusRow *NoReaderRow(QELStatus *status) {
 
 + (NSArray *)rowsOfStatus:(QELStatus *)status at:(NSDate *)now {
   NSMutableArray *rows = [NSMutableArray arrayWithObject:ExtensionRow(status)];
+  if ([status isPinDialogMissing]) {
+    [rows addObject:PinDialogRow()];
+  }
   if ([[status readers] count] == 0) {
     [rows addObject:NoReaderRow(status)];
   }
   for (QELKnownReader *reader in [status readers]) {
     if ([[reader tokens] count] == 0) {
-      [rows addObject:ReaderRowWithoutToken(reader)];
+      [rows addObject:ReaderRowWithoutToken(reader, [status isPinDialogMissing])];
     }
     for (QELKnownToken *token in [reader tokens]) {
       [rows addObject:TokenRow(reader, token)];

@@ -43,6 +43,7 @@ static const CGFloat kGap = 10;
   NSRect area = NSMakeRect(0, kBarHeight, kWidth, kHeight - kBarHeight);
   NSScrollView *scroll = [[[NSScrollView alloc] initWithFrame:area] autorelease];
   [scroll setHasVerticalScroller:YES];
+  [scroll setAutohidesScrollers:YES];
   [scroll setDrawsBackground:NO];
   [scroll setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
   m_rows = [[QELRowsView alloc] initWithFrame:NSMakeRect(0, 0, [scroll contentSize].width, 100)];
@@ -55,9 +56,10 @@ static const CGFloat kGap = 10;
   NSButton *save = [self buttonTitled:NSLocalizedString(@"Save Support Report...", @"a button")
                                action:@selector(saveSupportReport:)
                               rightOf:NSMinX([refresh frame]) - kGap];
-  [m_window setInitialFirstResponder:save];
+  [m_window setInitialFirstResponder:m_rows];
+  [m_rows setNextKeyView:save];
   [save setNextKeyView:refresh];
-  [refresh setNextKeyView:save];
+  [refresh setNextKeyView:m_rows];
   [m_window center];
 }
 

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <set>
 
 #import "bundle/app/Application.h"
@@ -40,6 +41,27 @@ CGFloat WidthOf(NSString *word, NSFont *font) {
 }
 
 }  // namespace
+
+DarkColours::DarkColours() {
+  [NSColor controlTextColor];  // fills the list
+  NSColorList *colours = [NSColorList colorListNamed:@"System"];
+  for (NSString *name in [colours allKeys]) {
+    [m_light setObject:[colours colorWithKey:name] forKey:name];
+    const bool isText = [name hasSuffix:@"TextColor"] || [name hasSuffix:@"textColor"] || [name hasSuffix:@"abelColor"];
+    const bool isEdge = [name rangeOfString:@"hadow"].length > 0 || [name rangeOfString:@"ighlight"].length > 0;
+    const CGFloat white = isText ? 0.9 : isEdge ? 0.5 : 0.15;
+    [colours setColor:[NSColor colorWithCalibratedWhite:white alpha:1] forKey:name];
+  }
+  [[NSNotificationCenter defaultCenter] postNotificationName:NSSystemColorsDidChangeNotification object:nil];
+}
+
+DarkColours::~DarkColours() {
+  for (NSString *name in m_light) {
+    [[NSColorList colorListNamed:@"System"] setColor:[m_light objectForKey:name] forKey:name];
+  }
+  [[NSNotificationCenter defaultCenter] postNotificationName:NSSystemColorsDidChangeNotification object:nil];
+  [m_light release];
+}
 
 AppUnderTest::AppUnderTest(const std::map<std::string, std::optional<std::string>> &environment) {
   for (const auto &[name, value] : environment) {
@@ -96,7 +118,7 @@ std::vector<std::string> AppUnderTest::Buttons() const {
 std::vector<std::string> AppUnderTest::SpokenRows() const {
   std::vector<std::string> rows;
   VisitViews<QELRowView>([m_window contentView], [QELRowView class],
-                         [&](QELRowView *row) { rows.push_back(Utf8([(id)row accessibilityLabel])); });
+                         [&](QELRowView *row) { rows.push_back(Utf8([(id)row accessibilityValue])); });
   return rows;
 }
 
@@ -129,13 +151,54 @@ std::vector<std::string> AppUnderTest::CutOff() const {
   return cut;
 }
 
-size_t AppUnderTest::TakePicture(const std::string &name) const {
+void AppUnderTest::Press(unichar key) const {
+  NSString *character = [NSString stringWithCharacters:&key length:1];
+  [m_window sendEvent:[NSEvent keyEventWithType:NSKeyDown
+                                             location:NSZeroPoint
+                                        modifierFlags:0
+                                            timestamp:0
+                                         windowNumber:[m_window windowNumber]
+                                              context:nil
+                                           characters:character
+                          charactersIgnoringModifiers:character
+                                            isARepeat:NO
+                                              keyCode:0]];
+}
+
+NSBitmapImageRep *AppUnderTest::Picture() const {
   NSView *content = [m_window contentView];
   [m_window display];
   Run(0.1);
   [content lockFocus];
   NSBitmapImageRep *picture = [[[NSBitmapImageRep alloc] initWithFocusedViewRect:[content bounds]] autorelease];
   [content unlockFocus];
+  return picture;
+}
+
+std::vector<std::string> AppUnderTest::HardToRead() const {
+  constexpr NSUInteger kContrast = 100;  // of 255
+  NSBitmapImageRep *picture = Picture();
+  std::vector<std::string> hard;
+  VisitViews<NSTextField>([m_window contentView], [NSTextField class], [&](NSTextField *field) {
+    const NSRect place = [[m_window contentView] convertRect:[field visibleRect] fromView:field];
+    NSUInteger darkest = 255, brightest = 0;
+    for (NSInteger y = [picture pixelsHigh] - NSMaxY(place); y < [picture pixelsHigh] - NSMinY(place); ++y) {
+      for (NSInteger x = NSMinX(place); x < NSMaxX(place); ++x) {
+        NSUInteger pixel[5] = {};
+        [picture getPixel:pixel atX:x y:y];
+        darkest = std::min({darkest, pixel[0], pixel[1], pixel[2]});
+        brightest = std::max({brightest, pixel[0], pixel[1], pixel[2]});
+      }
+    }
+    if (brightest < darkest + kContrast) {
+      hard.push_back(Utf8([field stringValue]));
+    }
+  });
+  return hard;
+}
+
+size_t AppUnderTest::TakePicture(const std::string &name) const {
+  NSBitmapImageRep *picture = Picture();
   NSData *png = [picture representationUsingType:NSPNGFileType properties:@{}];
   NSString *folder = @QEL_PICTURES;
   [[NSFileManager defaultManager] createDirectoryAtPath:folder

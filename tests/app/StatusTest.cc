@@ -68,6 +68,20 @@ TEST(Status, TellsWhatToDoWithoutACard) {
   EXPECT_THAT(App(card, {"--status"}).output, HasSubstr("  No card.\n  Insert your card, chip first.\n"));
 }
 
+TEST(Status, TellsThatThePinDialogLibraryIsMissing) {
+  const RealCard card({"--key", "p256"});
+  EXPECT_EQ(StatusOf(card).at("pinDialogLibraryMissing"), false);
+  ChildEnvironment environment = card.Environment();
+  environment["QEL_CTKHOST"] = QEL_CTKHOST;
+  environment["QEL_LIBRARY_DIR"] = card.Path("Library");
+  const nlohmann::json status = nlohmann::json::parse(RunChild(QEL_APP, {"--status", "--json"}, environment).output);
+  EXPECT_EQ(status.at("pinDialogLibraryMissing"), true);
+  EXPECT_EQ(status.at("readers").at(0).at("state"), "card");
+  EXPECT_TRUE(status.at("readers").at(0).at("tokens").empty());
+  EXPECT_THAT(RunChild(QEL_APP, {"--status"}, environment).output,
+              HasSubstr("\n  Install the software of the card's maker, or ask your administrator to do so.\n"));
+}
+
 TEST(Status, WithoutASmartCardServiceKnowsNoCardAndSaysSo) {
   const ChildResult result = RunChild(QEL_APP, {"--status"}, {{"QEL_CTKHOST", std::nullopt}});
   EXPECT_EQ(result.exitStatus, 0);

@@ -15,6 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
+using testing::Not;
 
 namespace {
 
@@ -85,16 +86,31 @@ TEST(Window, ShowsTwoCardsInTheirReaders) {
   EXPECT_GT(app.TakePicture("two cards"), kDrawn);
 }
 
-TEST(Window, TellsOfAnExpiredCertificate) {
-  const RealCard cards({"--key", "p256"});
+/// Makes a card with an expired certificate and puts it into the reader.
+void InsertExpired(const RealCard &cards) {
   MakeDated(cards, "OLD", "Ada Lovelace", -400 * kDay, -3 * kDay);
   Remove(cards);
   ASSERT_EQ(cards.SoftCard({"insert", "OLD"}).exitStatus, 0);
+}
+
+TEST(Window, TellsOfAnExpiredCertificate) {
+  const RealCard cards({"--key", "p256"});
+  InsertExpired(cards);
   const AppUnderTest app(With(cards.Environment()));
   EXPECT_THAT(app.Texts(), Contains(HasSubstr("Expired 3 days ago")));
   EXPECT_THAT(app.Texts(), Contains("It cannot be used any more. Ask whoever issued the card for a new certificate."));
   EXPECT_THAT(app.CutOff(), IsEmpty());
+  EXPECT_THAT(app.HardToRead(), IsEmpty());
   EXPECT_GT(app.TakePicture("expired certificate"), kDrawn);
+}
+
+TEST(Window, IsReadableOnADarkScreen) {
+  const RealCard cards({"--key", "p256"});
+  InsertExpired(cards);
+  const DarkColours dark;
+  const AppUnderTest app(With(cards.Environment()));
+  EXPECT_THAT(app.HardToRead(), IsEmpty());
+  EXPECT_GT(app.TakePicture("dark screen"), kDrawn);
 }
 
 TEST(Window, HasRoomForTwentyCertificatesAndForLongNames) {
@@ -118,6 +134,20 @@ TEST(Window, SaysWhatToDoAboutACardThatGivesNoToken) {
                                          "for your help desk."}));
   EXPECT_THAT(app.CutOff(), IsEmpty());
   EXPECT_GT(app.TakePicture("token that failed"), kDrawn);
+}
+
+TEST(Window, SaysWhatToInstallWhenThePinDialogLibraryIsMissing) {
+  const RealCard cards({"--key", "p256"});
+  ChildEnvironment environment = With(cards.Environment());
+  environment["QEL_LIBRARY_DIR"] = cards.Path("Library");
+  const AppUnderTest app(environment);
+  EXPECT_THAT(app.Texts(),
+              IsSupersetOf({"The PIN dialog library of the card's maker is missing.", "No card works without it.",
+                            "Install the software of the card's maker, or ask your administrator to do so.",
+                            "QEL Soft Reader 00", "The card is not accepted."}));
+  EXPECT_THAT(app.Texts(), Not(Contains(HasSubstr("insert it again"))));
+  EXPECT_THAT(app.CutOff(), IsEmpty());
+  EXPECT_GT(app.TakePicture("no PIN dialog library"), kDrawn);
 }
 
 TEST(Window, FollowsACardThatComesAndGoes) {
@@ -153,8 +183,34 @@ TEST(Window, WorksWithTheKeyboardAlone) {
   EXPECT_EQ(keys["Copy"], "c");
   EXPECT_EQ(keys["Close"], "w");
   EXPECT_EQ(keys["Quit QELToken"], "q");
-  EXPECT_TRUE([app.Window() initialFirstResponder] != nil);
   EXPECT_THAT(app.Buttons(), testing::UnorderedElementsAre("Check Again", "Save Support Report\u2026"));
+}
+
+std::string NameOf(NSResponder *focused) {
+  return [focused isKindOfClass:[NSButton class]] ? [[(NSButton *)focused title] UTF8String]
+                                                  : [[focused className] UTF8String];
+}
+
+TEST(Window, GivesTheKeyboardToTheRowsThenToEachButton) {
+  const TemporaryDirectory folder;
+  const AppUnderTest app(With({{"HOME", folder.Path()}, {"QEL_SOFTCARD_DIR", folder.Path() / "cards"}}));
+  std::vector<std::string> focused;
+  for (int i = 0; i < 4; ++i, app.Press('\t')) focused.push_back(NameOf([app.Window() firstResponder]));
+  EXPECT_THAT(focused, ElementsAre("QELRowsView", "Save Support Report\u2026", "Check Again", "QELRowsView"));
+}
+
+TEST(Window, ScrollsWithTheKeyboard) {
+  std::vector<std::string> options;
+  for (int i = 0; i < 20; ++i) options.insert(options.end(), {"--key", "p256"});
+  const RealCard cards(options);
+  const AppUnderTest app(With(cards.Environment()));
+  const auto top = [&] { return NSMinY([(NSView *)[app.Window() firstResponder] visibleRect]); };
+  EXPECT_EQ(top(), 0);
+  app.Press(NSDownArrowFunctionKey);
+  EXPECT_GT(top(), 0);
+  const CGFloat line = top();
+  app.Press(NSPageDownFunctionKey);
+  EXPECT_GT(top(), line + 100);
 }
 
 TEST(Window, SavesTheSupportReportForItsOwnerOnly) {
