@@ -1,21 +1,20 @@
 #include "report/Unreadable.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace Report {
 
 std::string WhyUnreadable(const std::filesystem::path& file) {
-  const int opened = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (opened < 0) return errno == ENOENT || errno == ENOTDIR ? "" : std::strerror(errno);
-  struct stat status = {};
-  const bool isFolder = fstat(opened, &status) == 0 && S_ISDIR(status.st_mode);
-  close(opened);
-  return isFolder ? std::strerror(EISDIR) : "";
+  std::error_code toldByOpening;
+  const auto status = std::filesystem::status(file, toldByOpening);
+  if (is_directory(status)) return std::strerror(EISDIR);
+  if (is_other(status)) return "";  // opening a pipe waits for whoever writes to it
+  std::FILE* const opened = std::fopen(file.c_str(), "r");
+  if (opened == nullptr) return errno == ENOENT || errno == ENOTDIR ? "" : std::strerror(errno);
+  std::fclose(opened);
+  return "";
 }
 
 }  // namespace Report

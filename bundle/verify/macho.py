@@ -17,7 +17,7 @@ PLATFORM_MACOS = 1
 
 _LC_SYMTAB, _LC_DYSYMTAB, _LC_UUID, _LC_SEGMENT_64, _LC_CODE_SIGNATURE = 0x2, 0xB, 0x1B, 0x19, 0x1D
 _LC_BUILD_VERSION, _LC_VERSION_MIN_MACOSX, _LC_MAIN, _LC_RPATH = 0x32, 0x24, 0x80000028, 0x8000001C
-_LC_FUNCTION_STARTS = 0x26
+_LC_FUNCTION_STARTS, _LC_CHAINED_FIXUPS = 0x26, 0x80000034
 _LC_DYLIBS = (0xC, 0x80000018, 0x8000001F, 0x20, 0x80000023)
 _MAGIC_64, _FAT_MAGIC, _FAT_MAGIC_64 = 0xFEEDFACF, 0xCAFEBABE, 0xCAFEBABF
 _N_STAB, _N_PEXT, _N_TYPE, _N_EXT, _N_SECT, _N_WEAK_DEF = 0xE0, 0x10, 0x0E, 0x01, 0x0E, 0x80
@@ -98,6 +98,7 @@ class Image:
         self.platform, self.minimum_system, self.sdk, self.uuid, self.entry_offset = None, None, None, None, None
         self.libraries, self.rpaths, self.segments, self.sections, self.symbols = [], [], [], [], []
         self.function_starts = b""  # as the linker wrote them: differences in ULEB128
+        self.chained_fixups = None  # where they begin, in the file; None where there are the older opcodes
         self.base, self._indirect, self._signature = 0, (0, 0), None
         position = 32
         for _ in range(count):
@@ -137,6 +138,8 @@ class Image:
         elif command == _LC_FUNCTION_STARTS:
             start, length = struct.unpack_from("<II", data, at + 8)
             self.function_starts = data[start:start + length]
+        elif command == _LC_CHAINED_FIXUPS:
+            self.chained_fixups, = struct.unpack_from("<I", data, at + 8)
         elif command == _LC_CODE_SIGNATURE:
             self._signature = struct.unpack_from("<II", data, at + 8)
         elif command == _LC_DYSYMTAB:
@@ -158,6 +161,10 @@ class Image:
         address &= 0xFFFFFFFFF
         if address < self.base:
             address += self.base
+        return self.file_offset(address)
+
+    def file_offset(self, address):
+        """Where the file holds what is loaded at `address`; None when it does not."""
         for s in self.sections:
             if s.address <= address < s.address + s.size and s.offset:
                 return s.offset + address - s.address

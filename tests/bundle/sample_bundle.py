@@ -51,12 +51,13 @@ def run(*command):
 
 
 def linker_folder():
-    """Where the tools of a linker lie whose images macOS takes."""
+    """Where a linker whose images macOS takes lies beside its tools."""
     for name in (run("clang", "-print-prog-name=ld64.lld"), "ld64.lld", *(f"ld64.lld-{v}" for v in range(29, 15, -1))):
         found = shutil.which(name)
         version = re.search(r"LLD (\d+)", run(found, "--version")) if found else None
-        if version and int(version.group(1)) >= 16:
-            return pathlib.Path(found).resolve().parent
+        folder = pathlib.Path(found or "").resolve().parent
+        if version and int(version.group(1)) >= 16 and (folder / "llvm-lipo").exists():
+            return folder
     raise RuntimeError("no ld64.lld of version 16 or later; run script/bootstrap")
 
 
