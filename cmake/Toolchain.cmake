@@ -43,6 +43,16 @@ if(APPLE)
   if(CMAKE_OSX_SYSROOT)
     target_compile_options(qel_options INTERFACE -ffile-prefix-map=${CMAKE_OSX_SYSROOT}=sdk)
   endif()
+else()
+  # A function that is looked up when it is first called finds the registers saved on the stack, and in them what was
+  # copied last: a part of a PIN.
+  target_link_options(qel_options INTERFACE -Wl,-z,now)
+endif()
+
+# For programs that read a PIN, where the language's libraries would still look up what they call when they first do.
+add_library(qel_early_lookup INTERFACE)
+if(NOT APPLE AND NOT QEL_SANITIZE)
+  target_link_options(qel_early_lookup INTERFACE -static-libstdc++ -static-libgcc)
 endif()
 
 if(QEL_SANITIZE)

@@ -26,6 +26,10 @@ constexpr const char* kPrefixes[] = {"LC_", "QEL_", "GNUSTEP_", "NSS_", "PCSCLIT
 constexpr char kConfigurationFile[] = "GNUSTEP_CONFIG_FILE";
 constexpr char kConfigurationFolder[] = "/etc/GNUstep/";
 
+// A function that is looked up when it is first called finds the registers saved on the stack, and in them what was
+// copied last: a part of a PIN.
+constexpr char kEarlyLookup[] = "LD_BIND_NOW=1";
+
 bool IsForExtension(const std::string& variable) {
   const std::string name = variable.substr(0, variable.find('='));
   return name != kConfigurationFile && (std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames) ||
@@ -36,7 +40,7 @@ bool IsForExtension(const std::string& variable) {
 }  // namespace
 
 std::vector<std::string> ExtensionEnvironment() {
-  std::vector<std::string> variables = {std::string(kConfigurationFile) + "=" + kConfigurationFolder};
+  std::vector<std::string> variables = {std::string(kConfigurationFile) + "=" + kConfigurationFolder, kEarlyLookup};
   for (char** variable = environ; *variable; ++variable)
     if (IsForExtension(*variable)) variables.emplace_back(*variable);
   return variables;

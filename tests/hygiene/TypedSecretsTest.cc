@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "tests/host/agent/CardAgent.h"
@@ -68,6 +69,28 @@ TEST(TypedPin, IsInNeitherProcessAfterTheLogin) {
   const int result = open(card.Path("signature").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   EXPECT_EQ(host.Wait(), 0) << host.Printed();
   close(result);
+}
+
+TEST(TypedPin, IsNotInTheProgramThatTypedItAtAPinPad) {
+  const std::string pin = "canary-73519246-PIN";  // in two registers, which a copy leaves behind
+  const RealCard card({"--pin-pad", "--key", "p256"}, pin);
+  const std::string key = card.KeyID();
+  auto signature = std::async(std::launch::async, [&] { return card.Sign(key, "ecdsa-sha256"); });
+  ChildEnvironment environment = card.Environment();
+  environment["LD_PRELOAD"] = QEL_PAUSE_AT_END;
+  RunningProgram softcard(QEL_SOFTCARD, {"pinpad", "enter", "--wait", "20"}, environment,
+                          RunningProgram::Output::Terminal);
+  ASSERT_TRUE(softcard.Prints("PIN: ")) << softcard.Printed();
+  while (softcard.Echoes()) std::this_thread::sleep_for(10ms);
+  softcard.Type(pin + "\n");
+  EXPECT_EQ(signature.get().exitStatus, 0);
+  while (!softcard.Echoes()) std::this_thread::sleep_for(10ms);
+  std::this_thread::sleep_for(200ms);
+  if (!CanLookInto(softcard.Process())) GTEST_SKIP() << "may not read the memory of another process here";
+  EXPECT_GT(CopiesInMemory(softcard.Process(), Hidden("QEL Soft Reader")), 0) << "the search finds nothing at all";
+  EXPECT_EQ(CopiesOf(pin, softcard.Process()), 0);
+  softcard.Type(".\n");
+  EXPECT_EQ(softcard.Wait(), 0) << softcard.Printed();
 }
 
 TEST(AgentsPassphrase, IsNotInTheAgentOnceItIsLockedOrUnlocked) {
