@@ -2,9 +2,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "host/commands/FollowedLog.h"
 
 namespace Host {
+namespace {
+
+// The extension writes the log and could write anything.
+constexpr off_t kMostAtOnce = 16 * 1024 * 1024;
+constexpr size_t kLongestLine = 1024 * 1024;
+
+}  // namespace
 
 std::vector<std::string> LineBuffer::Add(const std::string& text) {
   m_rest += text;
@@ -13,6 +23,7 @@ std::vector<std::string> LineBuffer::Add(const std::string& text) {
   for (size_t end = m_rest.find('\n'); end != std::string::npos; start = end + 1, end = m_rest.find('\n', start))
     lines.push_back(m_rest.substr(start, end - start));
   m_rest.erase(0, start);
+  if (m_rest.size() > kLongestLine) lines.push_back(std::exchange(m_rest, ""));
   return lines;
 }
 
@@ -30,9 +41,10 @@ std::string FollowedFile::NewText() {
   fstat(file, &status);
   if (status.st_ino != m_file || status.st_size < m_read) m_read = 0;
   m_file = status.st_ino;
+  m_read = std::max(m_read, status.st_size - kMostAtOnce);
   std::string text;
   char buffer[16384];
-  for (ssize_t got; (got = pread(file, buffer, sizeof buffer, m_read)) > 0; m_read += got)
+  for (ssize_t got; m_read < status.st_size && (got = pread(file, buffer, sizeof buffer, m_read)) > 0; m_read += got)
     text.append(buffer, static_cast<size_t>(got));
   close(file);
   return text;

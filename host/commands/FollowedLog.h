@@ -16,7 +16,8 @@ namespace Host {
 /// Collects bytes into whole lines.
 class LineBuffer {
  public:
-  /// Returns the lines that `text` completes; what follows the last line end waits for more.
+  /// Returns the lines that `text` completes; what follows the last line end waits for more, unless it is longer than
+  /// any line.
   std::vector<std::string> Add(const std::string& text);
 
  private:
@@ -34,7 +35,7 @@ class FollowedLog {
 };
 
 /// A file that others append to, and may delete, move or write anew, or that does not exist yet. Neither do its folders
-/// have to.
+/// have to. Of what is appended at once, more than anybody reads is left out at its beginning.
 class FollowedFile : public FollowedLog {
  public:
   /// Throws Failure when the system gives no notices of changes.

@@ -20,6 +20,7 @@ namespace {
 
 constexpr size_t kNameColumns = 48;
 constexpr char kTraceVariable[] = "QEL_SOFTCARD_TRACE";
+constexpr std::streamoff kMostOfARequest = 16 * 1024 * 1024;
 
 std::string Row(const std::string& name, double milliseconds) {
   char text[32];
@@ -96,6 +97,10 @@ LibraryTrace::~LibraryTrace() {
 std::vector<LibraryCall> LibraryTrace::NewCalls() {
   std::vector<LibraryCall> calls;
   m_file.clear();  // the end that was met last time
+  // The extension writes it and could write anything.
+  const auto read = m_file.tellg(), end = m_file.seekg(0, std::ios::end).tellg();
+  if (end - read > kMostOfARequest) return {};
+  m_file.seekg(read);
   for (std::string line; std::getline(m_file, line);)
     if (LibraryCall call = LibraryCallFrom(line); !call.name.empty()) calls.push_back(std::move(call));
   return calls;

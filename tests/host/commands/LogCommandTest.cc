@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 
 #include <filesystem>
 
@@ -23,6 +24,18 @@ TEST_F(LogCommand, PrintsTheLastLinesOnStandardOutputOnly) {
   const ChildResult result = RunChild(QEL_CTKHOST, {"log", "--no-follow", "--lines", "2"}, m_home.Environment());
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.output, "two\nthree\n");
+}
+
+TEST_F(LogCommand, ALogThatWasMadeHugeTakesNoMemory) {
+  m_home.TurnTokenLogOn();
+  m_home.Append("Documents/QELToken.log", "one\n");
+  fs::resize_file(m_home.LogPath(), uintmax_t{1} << 30);
+  m_home.Append("Documents/QELToken.log", "\nlast\n");
+  const ChildResult result = RunChild(QEL_CTKHOST, {"log", "--no-follow", "--lines", "1"}, m_home.Environment());
+  EXPECT_EQ(result.output, "last\n");
+  rusage used = {};
+  getrusage(RUSAGE_CHILDREN, &used);
+  EXPECT_LT(used.ru_maxrss, 500 * 1024) << "kilobytes";
 }
 
 TEST_F(LogCommand, ALogThatIsOnIsNamedWithoutAdvice) {

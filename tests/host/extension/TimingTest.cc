@@ -1,8 +1,11 @@
 #include "host/extension/Timing.h"
 
 #include <gmock/gmock.h>
+#include <stdlib.h>
+#include <sys/resource.h>
 
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -15,13 +18,14 @@ using testing::HasSubstr;
 
 namespace {
 
+constexpr char kLine[] = "05:17:00.288463 29273 C_CloseSession(hSession=0x1) => CKR_OK 0x00000000, 0.007 ms";
+
 TEST(LibraryCall, IsReadFromALineOfTheTrace) {
   const struct {
     const char* line;
     LibraryCall call;
   } kRows[] = {
-      {"05:17:00.288463 29273 C_CloseSession(hSession=0x1) => CKR_OK 0x00000000, 0.007 ms",
-       {"C_CloseSession", "CKR_OK", 0.007}},
+      {kLine, {"C_CloseSession", "CKR_OK", 0.007}},
       {"05:17:00.288463 29273 C_GetAttributeValue(hSession=0x1, template=[CKA_ID(1) CKA_LABEL(4)], ulCount=2) => "
        "CKR_DEVICE_REMOVED 0x00000032, 12.500 ms",
        {"C_GetAttributeValue", "CKR_DEVICE_REMOVED", 12.5}},
@@ -118,6 +122,22 @@ TEST(Timing, ShowsATableWithinEightyColumnsAndNoneUnasked) {
   EXPECT_THAT(result.errors, HasSubstr("\n    C_OpenSession "));
   std::istringstream lines(result.errors);
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+}
+
+TEST(Timing, ATraceThatWasMadeHugeIsNotRead) {
+  Host::LibraryTrace trace;
+  const std::string path = getenv("QEL_SOFTCARD_TRACE");
+  const auto append = [&] { std::ofstream(path, std::ios::app) << kLine << "\n"; };
+  append();
+  EXPECT_EQ(trace.NewCalls().size(), 1u);
+  std::filesystem::resize_file(path, uintmax_t{1} << 30);
+  append();
+  EXPECT_TRUE(trace.NewCalls().empty());
+  append();
+  EXPECT_EQ(trace.NewCalls().size(), 1u);
+  rusage used = {};
+  getrusage(RUSAGE_SELF, &used);
+  EXPECT_LT(used.ru_maxrss, 500 * 1024) << "kilobytes";
 }
 
 TEST(Timing, LeavesNoFileBehind) {
