@@ -28,6 +28,10 @@ namespace Host {
 namespace {
 
 constexpr unsigned long kTokenUser = 1;
+// What the extension takes at most, and more slots than there are readers.
+constexpr size_t kMostObjects = 1000000;
+constexpr size_t kLargestAnswer = 64 * 1024 * 1024;
+constexpr CK_ULONG kMostSlots = 10000;
 constexpr size_t kShownColumns = 60;
 
 /// Fields of PKCS#11 are padded with blanks.
@@ -85,7 +89,10 @@ class Objects {
     std::vector<CK_OBJECT_HANDLE> found;
     CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
     CK_ULONG count = 0;
-    while (m_functions->C_FindObjects(m_session, &object, 1, &count) == CKR_OK && count == 1) found.push_back(object);
+    while (m_functions->C_FindObjects(m_session, &object, 1, &count) == CKR_OK && count == 1) {
+      if (found.size() == kMostObjects) throw std::runtime_error("C_FindObjects: it has no end");
+      found.push_back(object);
+    }
     m_functions->C_FindObjectsFinal(m_session);
     return found;
   }
@@ -94,7 +101,7 @@ class Objects {
   std::string Bytes(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type) const {
     CK_ATTRIBUTE wanted = {type, nullptr, 0};
     if (m_functions->C_GetAttributeValue(m_session, object, &wanted, 1) != CKR_OK ||
-        wanted.ulValueLen == CK_UNAVAILABLE_INFORMATION)
+        wanted.ulValueLen == CK_UNAVAILABLE_INFORMATION || wanted.ulValueLen > kLargestAnswer)
       return {};
     std::string bytes(wanted.ulValueLen, '\0');
     wanted.pValue = bytes.data();
@@ -176,6 +183,7 @@ void WriteSurvey(const std::string& path, FILE* output) {
                  VersionText(info.cryptokiVersion).c_str());
     CK_ULONG count = 0;
     Require("C_GetSlotList", functions->C_GetSlotList(CK_FALSE, nullptr, &count));
+    if (count > kMostSlots) throw std::runtime_error("C_GetSlotList: too many slots");
     std::vector<CK_SLOT_ID> slots(count);
     Require("C_GetSlotList", functions->C_GetSlotList(CK_FALSE, slots.data(), &count));
     slots.resize(std::min<size_t>(count, slots.size()));

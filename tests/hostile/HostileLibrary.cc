@@ -18,6 +18,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -110,6 +111,19 @@ int IgnoreAndHang(const std::string&) {
   while (true) pause();
 }
 
+bool g_searchesHaveNoEnd = false;
+
+int LetSearchesHaveNoEnd(const std::string&) {
+  g_searchesHaveNoEnd = true;
+  return 0;
+}
+
+CK_RV FindForEver(CK_SESSION_HANDLE, CK_OBJECT_HANDLE* objects, CK_ULONG most, CK_ULONG* count) {
+  std::fill_n(objects, most, CK_OBJECT_HANDLE{1});
+  *count = most;
+  return CKR_OK;
+}
+
 const std::map<std::string, std::function<int(const std::string&)>> kDeeds = {
     {"read", [](const std::string& path) { return Open(path, O_RDONLY); }},
     {"write", [](const std::string& path) { return Open(path, O_WRONLY); }},
@@ -141,6 +155,7 @@ const std::map<std::string, std::function<int(const std::string&)>> kDeeds = {
     {"variable", [](const std::string& name) { return getenv(name.c_str()) ? 0 : ENOENT; }},
     {"outlive", [](const std::string&) { return Result(prctl(PR_SET_PDEATHSIG, 0)); }},
     {"stay", Stay},
+    {"search", LetSearchesHaveNoEnd},
     {"hang", IgnoreAndHang},
 };
 
@@ -165,5 +180,11 @@ bool DoDeeds() {
 extern "C" [[gnu::visibility("default")]] CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
   void* const library = dlopen(SOFTHSM2, RTLD_NOW | RTLD_LOCAL);
   const auto get = library ? reinterpret_cast<CK_C_GetFunctionList>(dlsym(library, "C_GetFunctionList")) : nullptr;
-  return get != nullptr ? get(list) : CKR_GENERAL_ERROR;
+  if (get == nullptr) return CKR_GENERAL_ERROR;
+  const CK_RV result = get(list);
+  if (result != CKR_OK || !g_searchesHaveNoEnd) return result;
+  static CK_FUNCTION_LIST changed = **list;
+  changed.C_FindObjects = FindForEver;
+  *list = &changed;
+  return CKR_OK;
 }

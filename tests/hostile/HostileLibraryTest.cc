@@ -173,6 +173,11 @@ TEST_F(HostileLibrary, FindsInSupportWhatItFindsInTheExtension) {
   EXPECT_EQ(m_card.Text("cards/live/deeds"), once + once) << "once in the extension, once in the survey";
 }
 
+TEST_F(HostileLibrary, FindsObjectsForSupportOnlyUpToALimit) {
+  Order({"search -"});
+  EXPECT_THAT(m_card.Host({"support"}).output, HasSubstr("the library failed: C_FindObjects: it has no end\n"));
+}
+
 TEST_F(HostileLibrary, HangsSupportNoLongerThanItsTime) {
   Order({"hang -"});
   const auto start = std::chrono::steady_clock::now();
