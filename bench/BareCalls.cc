@@ -138,9 +138,23 @@ ByteString Decrypt(const Card& card, const ByteString& id, const ByteString& cip
   return plaintext;
 }
 
+ByteString DecryptWithKey(const Card& card, CK_OBJECT_HANDLE key, const ByteString& ciphertext) {
+  CK_MECHANISM mechanism = {CKM_RSA_PKCS, nullptr, 0};
+  Check("C_DecryptInit", card.functions->C_DecryptInit(card.session, &mechanism, key));
+  ByteString plaintext(ciphertext.size());
+  CK_ULONG length = plaintext.size();
+  auto* input = const_cast<CK_BYTE*>(ciphertext.data());
+  Check("C_Decrypt", card.functions->C_Decrypt(card.session, input, ciphertext.size(), plaintext.data(), &length));
+  plaintext.resize(length);
+  return plaintext;
+}
+
 ByteString Agree(const Card& card, const ByteString& id, const ByteString& point, CK_ULONG size) {
   if (!IsLoggedIn(card)) std::abort();
-  const CK_OBJECT_HANDLE key = FindPrivateKey(card, id);
+  return AgreeWithKey(card, FindPrivateKey(card, id), point, size);
+}
+
+ByteString AgreeWithKey(const Card& card, CK_OBJECT_HANDLE key, const ByteString& point, CK_ULONG size) {
   CK_ECDH1_DERIVE_PARAMS parameter{};
   parameter.kdf = CKD_SHA1_KDF;
   parameter.ulPublicDataLen = point.size();

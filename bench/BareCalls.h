@@ -34,6 +34,12 @@ ByteString Decrypt(const Card& card, const ByteString& id, const ByteString& cip
 /// `point` is X and Y.
 ByteString Agree(const Card& card, const ByteString& id, const ByteString& point, CK_ULONG size);
 
+/// C_DecryptInit and C_Decrypt, into a buffer that is large enough.
+ByteString DecryptWithKey(const Card& card, CK_OBJECT_HANDLE key, const ByteString& ciphertext);
+
+/// What Agree does once it has the key.
+ByteString AgreeWithKey(const Card& card, CK_OBJECT_HANDLE key, const ByteString& point, CK_ULONG size);
+
 /// Whether the slot derives keys.
 bool Derives(CK_FUNCTION_LIST* functions, CK_SLOT_ID slot);
 

@@ -20,11 +20,21 @@ inline constexpr char kTwoHundredSixObjects[] = "206-objects";
 /// So many certificates, each with its key pair.
 std::string WithCertificates(int count);
 
+/// What bench_cards writes beside the cards for Ciphertext and PeerKey.
+inline constexpr char kCiphertextFile[] = "ciphertext";
+inline constexpr char kPeerKeyFile[] = "peer-key";
+
 /// The folder of a card's store.
 std::filesystem::path Store(const std::string& name);
 
 /// Directs SoftHSM2, and so every library over it in this process and its children, to the card's store. Returns the
 /// name of the card's reader.
 std::string Use(const std::string& name);
+
+/// 32 bytes, encrypted with PKCS#1 v1.5 padding for the RSA key of kMain.
+std::vector<unsigned char> Ciphertext();
+
+/// Another P-256 key pair's public key, in DER (SubjectPublicKeyInfo). Its last 64 bytes are X and Y.
+std::vector<unsigned char> PeerKey();
 
 }  // namespace BenchCard

@@ -7,6 +7,8 @@
 #include <cstdlib>
 
 #include "bench/BenchCard.h"
+#include "bench/Callgrind.h"
+#include "bench/OwnCounts.h"
 #include "bench/OwnTime.h"
 #include "bench/Pkcs11Url.h"
 #include "bench/Turns.h"
@@ -37,6 +39,23 @@ void Sign(gnutls_privkey_t key, const Bare::ByteString& digest) {
   gnutls_free(signature.data);
 }
 
+void Decrypt(gnutls_privkey_t key, const Bare::ByteString& ciphertext) {
+  const gnutls_datum_t input = {const_cast<unsigned char*>(ciphertext.data()),
+                                static_cast<unsigned>(ciphertext.size())};
+  gnutls_datum_t plaintext = {nullptr, 0};
+  Require(gnutls_privkey_decrypt_data(key, 0, &input, &plaintext), "gnutls_privkey_decrypt_data");
+  gnutls_free(plaintext.data);
+}
+
+std::function<void()> MakeOperation(Operation operation, const SigningKey& key) {
+  if (operation == Operation::Agreement) return {};  // it has none with a card's key
+  BenchCard::Use(BenchCard::kMain);
+  const gnutls_privkey_t loaded = LoadKey(key);
+  if (operation == Operation::Decryption)
+    return [=, ciphertext = BenchCard::Ciphertext()] { Decrypt(loaded, ciphertext); };
+  return [=, digest = Digest(key.digestBytes)] { Sign(loaded, digest); };
+}
+
 void Run(benchmark::State& state, const std::string& card, const SigningKey& key) {
   BenchCard::Use(card);
   const gnutls_privkey_t loaded = LoadKey(key);
@@ -47,6 +66,7 @@ void Run(benchmark::State& state, const std::string& card, const SigningKey& key
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (UnderValgrind()) return CountOperations(MakeOperation);
   RegisterOwnTime("GnuTLS", Run);
   return RunBenchmarks(argc, argv);
 }

@@ -54,9 +54,48 @@ void Add(const LoggedInSession& session, const std::filesystem::path& store, con
   }
 }
 
+void WriteBytes(const std::filesystem::path& path, const unsigned char* bytes, size_t length) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(length));
+}
+
+/// What is decrypted with the card's RSA key, and whose key its P-256 key agrees with.
+void WriteExchange(const LoggedInSession& session, const std::filesystem::path& store) {
+  CK_OBJECT_HANDLE found = CK_INVALID_HANDLE;
+  CK_ULONG count = 0;
+  Attributes wanted;
+  wanted.AddNumber(CKA_CLASS, CKO_CERTIFICATE).Add(CKA_ID, {1});
+  Require("C_FindObjectsInit", session->C_FindObjectsInit(session.Handle(), wanted.Data(), wanted.Count()));
+  Require("C_FindObjects", session->C_FindObjects(session.Handle(), &found, 1, &count));
+  Require("C_FindObjectsFinal", session->C_FindObjectsFinal(session.Handle()));
+  const auto der = session.Attribute(found, CKA_VALUE);
+  const unsigned char* next = der.data();
+  const CertificatePointer certificate(d2i_X509(nullptr, &next, static_cast<long>(der.size())));
+  const KeyPointer rsa(X509_get_pubkey(certificate.get()));
+  const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> context(EVP_PKEY_CTX_new(rsa.get(), nullptr),
+                                                                            &EVP_PKEY_CTX_free);
+  unsigned char secret[32] = {0x5E}, ciphertext[512];
+  size_t length = sizeof ciphertext;
+  if (EVP_PKEY_encrypt_init(context.get()) != 1 ||
+      EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) != 1 ||
+      EVP_PKEY_encrypt(context.get(), ciphertext, &length, secret, sizeof secret) != 1)
+    FailInOpenssl("encryption");
+  WriteBytes(store / BenchCard::kCiphertextFile, ciphertext, length);
+
+  const KeyPointer peer(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
+  unsigned char* info = nullptr;
+  const int infoLength = i2d_PUBKEY(peer.get(), &info);
+  if (infoLength <= 0) FailInOpenssl("the peer's key");
+  WriteBytes(store / BenchCard::kPeerKeyFile, info, static_cast<size_t>(infoLength));
+  OPENSSL_free(info);
+}
+
 void Make(const std::string& name, const std::vector<std::string>& keys, const Extra& extra) {
   const std::filesystem::path store = BenchCard::Store(name);
-  if (std::filesystem::exists(store / "reader")) return;
+  const bool hasExchange = name == BenchCard::kMain;
+  if (std::filesystem::exists(store / "reader") &&
+      (!hasExchange || std::filesystem::exists(store / BenchCard::kPeerKeyFile)))
+    return;
   std::filesystem::remove_all(store);
   Card card;
   card.name = BenchCard::kLabel;
@@ -69,6 +108,7 @@ void Make(const std::string& name, const std::vector<std::string>& keys, const E
   {
     const LoggedInSession session(library, slot, CKU_USER, BenchCard::kPin);
     if (!keys.empty()) RemoveAuthority(session);
+    if (hasExchange) WriteExchange(session, store);
     if (extra.certificates > 0) Add(session, store, extra);
   }
   CK_SLOT_INFO info{};

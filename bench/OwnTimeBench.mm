@@ -3,10 +3,13 @@
 // from the processor's caches, nothing is as quick as it was before.
 
 #include "bench/BenchCard.h"
+#include "bench/Callgrind.h"
+#include "bench/OwnCounts.h"
 #include "bench/OwnTime.h"
 #import "bench/TokenInProcess.h"
 #include "bench/TokenThroughHost.h"
 #include "bench/Turns.h"
+#import "platform/testing/TKTesting.h"
 
 namespace {
 
@@ -37,9 +40,44 @@ void ThroughSocket(benchmark::State &state, const std::string &card, const Signi
   MeasureOwnTime(state, [&] { host.Sign(request); });
 }
 
+TokenInProcess &LoggedIn() {
+  @autoreleasepool {
+    auto &token = *new TokenInProcess(BenchCard::Use(BenchCard::kMain).c_str());
+    token.LogIn([NSString stringWithUTF8String:BenchCard::kPin]);
+    return token;
+  }
+}
+
+/// Everything lives until the process ends.
+std::function<void()> MakeOperation(Operation operation, const SigningKey &key) {
+  static TokenInProcess &token = LoggedIn();
+  NSData *identifier = NewKeyID(key.id);
+  switch (operation) {
+    case Operation::Signature: {
+      NSData *data = NewData(key.PlatformInput());
+      TKTokenKeyAlgorithm *algorithm = NewSigningAlgorithm(key);
+      return [=] { token.Sign(data, identifier, algorithm); };
+    }
+    case Operation::Decryption: {
+      NSData *ciphertext = NewData(BenchCard::Ciphertext());
+      TKTokenKeyAlgorithm *algorithm = NewAlgorithm(@[ (NSString *)kSecKeyAlgorithmRSAEncryptionPKCS1 ]);
+      return [=] { token.Decrypt(ciphertext, identifier, algorithm); };
+    }
+    case Operation::Agreement: {
+      const auto peer = BenchCard::PeerKey();
+      NSData *point = NewData({peer.end() - 65, peer.end()});
+      TKTokenKeyAlgorithm *algorithm = NewAlgorithm(@[ (NSString *)kSecKeyAlgorithmECDHKeyExchangeStandardX963SHA1 ]);
+      auto *parameters = [[TKTokenKeyExchangeParameters alloc] initWithRequestedSize:kAgreedBytes sharedInfo:nil];
+      return [=] { token.Agree(point, identifier, algorithm, parameters); };
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+  if (UnderValgrind()) return CountOperations(MakeOperation);
   RegisterOwnTime("product", InProcess);
   RegisterOwnTime("same calls", SameCalls);
   RegisterOwnTime("product through the socket", ThroughSocket);
