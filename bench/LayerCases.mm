@@ -1,7 +1,10 @@
 #include "bench/LayerCases.h"
 
+#include <cstdlib>
+
 #include "bench/NullCard.h"
 #import "bench/TokenInProcess.h"
+#include "host/keys/AlgorithmWalk.h"
 #import "platform/testing/TKTesting.h"
 
 namespace {
@@ -9,6 +12,26 @@ namespace {
 const SigningKey kRsa = {"RSA-2048", {0, 0, 0, 1}, CKM_RSA_PKCS, 256, 32};
 const SigningKey kEc = {"P-256", {0, 0, 0, 2}, CKM_ECDSA, 0, 32};
 constexpr CK_ULONG kAgreedBytes = 32;
+
+/// What the platform asks until the session takes `algorithm`: for one operation it asks as often.
+std::function<void()> SupportQuestions(TokenInProcess &token, Wire::Operation operation, const char *algorithm,
+                                       NSData *key) {
+  struct Question {
+    TKTokenOperation operation;
+    TKTokenKeyAlgorithm *algorithm;
+  };
+  std::vector<Question> questions;
+  const auto taken = Host::FindSupported(operation, algorithm, [&](const Host::Candidate &candidate) {
+    NSMutableArray *names = [NSMutableArray array];
+    for (const auto &name : candidate.algorithms) [names addObject:@(name.c_str())];
+    questions.push_back({static_cast<TKTokenOperation>(candidate.operation), NewAlgorithm(names)});
+    return token.Supports(questions.back().operation, key, questions.back().algorithm);
+  });
+  if (!taken) std::abort();
+  return [=, &token] {
+    for (const Question &question : questions) token.Supports(question.operation, key, question.algorithm);
+  };
+}
 
 std::vector<LayerCase> MakeCases() {
   static TokenInProcess token(NullCard::kReader);
@@ -37,9 +60,14 @@ std::vector<LayerCase> MakeCases() {
       {"key exchange", [=] { token.Agree(peer, ecKey, exchange, parameters); },
        [=] { Bare::Agree(card, kEc.id, point, kAgreedBytes); }},
       {"login check", [=] { token.AskForLogin(); }, [=] { Bare::IsLoggedIn(card); }},
-      {"support question for signing", [=] { token.AskForSupport(TKTokenOperationSignData, rsaKey, rsa); }, [] {}},
-      {"support question for key exchange",
-       [=] { token.AskForSupport(TKTokenOperationPerformKeyExchange, ecKey, exchange); },
+      {"support questions for an RSA-2048 signature",
+       SupportQuestions(token, Wire::Operation::SignData, "algid:sign:RSA:message-PKCS1v15:SHA256", rsaKey), [] {}},
+      {"support questions for a P-256 signature",
+       SupportQuestions(token, Wire::Operation::SignData, "algid:sign:ECDSA:message-X962:SHA256", ecKey), [] {}},
+      {"support questions for a decryption",
+       SupportQuestions(token, Wire::Operation::DecryptData, "algid:encrypt:RSA:PKCS1", rsaKey), [] {}},
+      {"support questions for an agreement",
+       SupportQuestions(token, Wire::Operation::PerformKeyExchange, "algid:keyexchange:ECDH:KDFX963:SHA1", ecKey),
        [=] { Bare::Derives(card.functions, slot); }},
   };
 }

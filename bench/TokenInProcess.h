@@ -31,7 +31,7 @@ class TokenInProcess {
   void Decrypt(NSData *ciphertext, NSData *key, TKTokenKeyAlgorithm *algorithm);
   void Agree(NSData *publicKey, NSData *key, TKTokenKeyAlgorithm *algorithm, TKTokenKeyExchangeParameters *parameters);
   void AskForLogin();
-  void AskForSupport(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm);
+  bool Supports(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm);
 
   /// A token is made and ended again, in an autorelease pool of its own.
   static void ConstructAndEnd(const char *reader);

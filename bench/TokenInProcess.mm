@@ -103,13 +103,9 @@ void TokenInProcess::AskForLogin() {
   }
 }
 
-void TokenInProcess::AskForSupport(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm) {
+bool TokenInProcess::Supports(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm) {
   @autoreleasepool {
-    const BOOL supported = [m_session tokenSession:m_session
-                                 supportsOperation:operation
-                                          usingKey:key
-                                         algorithm:algorithm];
-    Require(supported, "support question", nil);
+    return [m_session tokenSession:m_session supportsOperation:operation usingKey:key algorithm:algorithm];
   }
 }
 
