@@ -5,6 +5,7 @@
 #include "bench/NullCard.h"
 #import "bench/TokenInProcess.h"
 #include "host/keys/AlgorithmWalk.h"
+#include "log/QELLog.h"
 #import "platform/testing/TKTesting.h"
 
 namespace {
@@ -33,6 +34,15 @@ std::function<void()> SupportQuestions(TokenInProcess &token, Wire::Operation op
   };
 }
 
+/// Statements whose level is not admitted, each with a text and two numbers to insert.
+void LogDeadStatements(int count) {
+  static const std::string text = "slot description";
+  for (int number = 0; number < count; ++number) {
+    QELLog::Debug() << text << number << 0.5;
+    asm volatile("" ::: "memory");  // each is a statement of its own
+  }
+}
+
 std::vector<LayerCase> MakeCases() {
   static TokenInProcess token(NullCard::kReader);
   const Bare::Card card = token.Card();
@@ -59,6 +69,7 @@ std::vector<LayerCase> MakeCases() {
        [=] { Bare::Decrypt(card, kRsa.id, ciphertext); }},
       {"key exchange", [=] { token.Agree(peer, ecKey, exchange, parameters); },
        [=] { Bare::Agree(card, kEc.id, point, kAgreedBytes); }},
+      {"1,000 dead statements", [] { LogDeadStatements(1000); }, [] {}},
       {"login check", [=] { token.AskForLogin(); }, [=] { Bare::IsLoggedIn(card); }},
       {"support questions for an RSA-2048 signature",
        SupportQuestions(token, Wire::Operation::SignData, "algid:sign:RSA:message-PKCS1v15:SHA256", rsaKey), [] {}},

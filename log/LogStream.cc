@@ -1,19 +1,20 @@
 #include "log/LogStream.h"
 
+#include <new>
 #include <utility>
 
 namespace QELLog {
 
 bool LogStream::IsLive() const {
-  return m_impl != nullptr;
+  return m_message != nullptr;
 }
 
-LogStream::LogStream(std::shared_ptr<LoggerImpl> impl, LogLevel level) : m_impl(std::move(impl)), m_level(level) {
-  if (m_impl) m_text.emplace();
+LogStream::LogStream(std::shared_ptr<LoggerImpl> impl, LogLevel level) {
+  if (impl) m_message.reset(new (std::nothrow) Message{std::move(impl), level, {}});
 }
 
 void LogStream::Send() noexcept {
-  m_impl->Log(m_level, m_text->str());
+  m_message->impl->Log(m_message->level, m_message->text.str());
 }
 
 }  // namespace QELLog

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <ostream>
 #include <sstream>
 
@@ -17,39 +16,45 @@ class LogStream {
   /// function.
   virtual bool IsLive() const;
 
-  /// Makes a stream that is live when `impl` is not empty; the sink is kept alive until the stream ends.
+  /// Makes a stream that is live when `impl` is not empty and there is memory for a message; the sink is kept alive
+  /// until the stream ends.
   LogStream(std::shared_ptr<LoggerImpl> impl, LogLevel level);
 
   /// Makes a dead stream.
-  explicit LogStream(LogLevel level) noexcept : m_level(level) {}
+  explicit LogStream(LogLevel) noexcept {}
 
   LogStream(LogStream&& other) = default;  // leaves `other` dead
   LogStream& operator=(LogStream&&) = delete;
 
   /// Hands the text to the sink; an exception that the sink throws ends the process.
   ~LogStream() {
-    if (m_impl) Send();
+    if (m_message) Send();
   }
 
   /// Inserts as into std::ostream, when live.
   template <typename T>
   LogStream& operator<<(const T& value) {
-    if (m_impl) *m_text << value;
+    if (m_message) m_message->text << value;
     return *this;
   }
 
   /// Inserts std::endl and its like, whose type cannot be deduced.
   LogStream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-    if (m_impl) *m_text << manipulator;
+    if (m_message) m_message->text << manipulator;
     return *this;
   }
 
  private:
+  struct Message {
+    std::shared_ptr<LoggerImpl> impl;
+    LogLevel level;
+    std::ostringstream text;
+  };
+
   void Send() noexcept;
 
-  std::shared_ptr<LoggerImpl> m_impl;
-  LogLevel m_level;
-  std::optional<std::ostringstream> m_text;  // made for live streams only: a string stream is costly to build
+  // A dead stream is a null pointer, which the compiler sees through: its insertions vanish.
+  std::unique_ptr<Message> m_message;
 };
 
 }  // namespace QELLog

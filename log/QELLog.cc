@@ -14,6 +14,8 @@ Logger& Global() {
 
 }  // namespace
 
+std::atomic<LogLevel> Detail::g_threshold = LogLevel::None;
+
 void SetLogger(LoggerImpl* impl) {
   SetLogger(std::shared_ptr<LoggerImpl>(impl));
 }
@@ -29,6 +31,7 @@ std::shared_ptr<LoggerImpl> GetLogger() {
 
 void SetLevel(LogLevel level) {
   Global().SetLevel(level);
+  Detail::g_threshold = Global().GetLevel();
 }
 LogLevel GetLevel() {
   return Global().GetLevel();
@@ -40,24 +43,6 @@ std::unique_ptr<LoggerImpl::FuncScope> Enter(const char* file, int line, const c
 
 LogStream Dynamic(LogLevel level) {
   return Global().Dynamic(level);
-}
-LogStream Fatal() {
-  return Global().Fatal();
-}
-LogStream Error() {
-  return Global().Error();
-}
-LogStream Warning() {
-  return Global().Warning();
-}
-LogStream Info() {
-  return Global().Info();
-}
-LogStream Debug() {
-  return Global().Debug();
-}
-LogStream Secret() {
-  return Global().Secret();
 }
 
 }  // namespace QELLog

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "log/LogLevel.h"
@@ -35,13 +36,37 @@ std::unique_ptr<LoggerImpl::FuncScope> Enter(const char* file, int line, const c
 
 /// Returns the stream of one message of `level`, see Logger::Dynamic.
 LogStream Dynamic(LogLevel level);
+
+namespace Detail {
+
+/// What GetLevel returns, for statements to look at where they stand: most are not admitted, and then cost only that.
+extern std::atomic<LogLevel> g_threshold;
+
+inline LogStream StreamOf(LogLevel level) {
+  return g_threshold.load(std::memory_order_relaxed) < level ? LogStream(level) : Dynamic(level);
+}
+
+}  // namespace Detail
+
 /// Return the stream of one message of this level.
-LogStream Fatal();
-LogStream Error();
-LogStream Warning();
-LogStream Info();
-LogStream Debug();
+inline LogStream Fatal() {
+  return Detail::StreamOf(LogLevel::Fatal);
+}
+inline LogStream Error() {
+  return Detail::StreamOf(LogLevel::Error);
+}
+inline LogStream Warning() {
+  return Detail::StreamOf(LogLevel::Warning);
+}
+inline LogStream Info() {
+  return Detail::StreamOf(LogLevel::Info);
+}
+inline LogStream Debug() {
+  return Detail::StreamOf(LogLevel::Debug);
+}
 /// Returns a dead stream at every threshold: secrets are never written.
-LogStream Secret();
+inline LogStream Secret() {
+  return LogStream(LogLevel::Secret);
+}
 
 }  // namespace QELLog
