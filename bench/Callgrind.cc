@@ -2,18 +2,12 @@
 
 #include <valgrind/callgrind.h>
 
-namespace {
-
-constexpr int kWarmUps = 20;
-
-}  // namespace
-
 bool UnderValgrind() {
   return RUNNING_ON_VALGRIND != 0;
 }
 
-void CountInstructions(const std::string& name, const std::function<void()>& operation) {
-  for (int i = 0; i < kWarmUps; ++i) operation();
+void CountInstructions(const std::string& name, const std::function<void()>& operation, int warmUps) {
+  for (int i = 0; i < warmUps; ++i) operation();
   CALLGRIND_ZERO_STATS;
   CALLGRIND_START_INSTRUMENTATION;
   operation();

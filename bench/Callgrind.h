@@ -6,9 +6,9 @@
 /// Whether this process runs under valgrind.
 bool UnderValgrind();
 
-/// Runs `operation` a few times, so that what is done once is done, and once more with its instructions counted:
+/// Runs `operation` `warmUps` times, so that what is done once is done, and once more with its instructions counted:
 /// callgrind writes a profile under `name`, started with --instr-atstart=no. What runs inside NotCounted is not in it.
-void CountInstructions(const std::string& name, const std::function<void()>& operation);
+void CountInstructions(const std::string& name, const std::function<void()>& operation, int warmUps = 20);
 
 /// While one lives, callgrind counts nothing.
 class NotCounted {

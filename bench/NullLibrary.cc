@@ -1,8 +1,9 @@
 // A PKCS#11 library that answers at once: what is left of an operation's time is the caller's own.
 //
-// One slot with the card of a user who is logged in. $QEL_NULL_CARD_CERTIFICATES (2 when not set) says how many
-// certificates there are when a session is opened, each with its key pair. Of these the second is an EC certificate,
-// all others are RSA. The CKA_ID is the number from 1, four bytes, most significant first.
+// $QEL_NULL_CARD_SLOTS (1 when not set) slots, each with the card of a user who is logged in.
+// $QEL_NULL_CARD_CERTIFICATES (2 when not set) says how many certificates there are in each when a session is opened,
+// each with its key pair. Of these the second is an EC certificate, all others are RSA. The CKA_ID is the number from
+// 1, four bytes, most significant first.
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,6 +57,11 @@ void Pad(CK_UTF8CHAR* field, size_t size, const char* text) {
   std::memcpy(field, text, std::strlen(text));
 }
 
+CK_ULONG FromEnvironment(const char* variable, CK_ULONG otherwise) {
+  const char* const number = std::getenv(variable);
+  return number != nullptr ? std::strtoul(number, nullptr, 10) : otherwise;
+}
+
 CK_RV Initialize(void*) {
   TestCertificates::Rsa();
   TestCertificates::Ec();
@@ -67,8 +73,8 @@ CK_RV Finalize(void*) {
 }
 
 CK_RV GetSlotList(CK_BBOOL, CK_SLOT_ID* slots, CK_ULONG* count) {
-  if (slots != nullptr) *slots = 0;
-  *count = 1;
+  *count = FromEnvironment(NullCard::kSlots, 1);
+  for (CK_ULONG slot = 0; slots != nullptr && slot < *count; ++slot) slots[slot] = slot;
   return CKR_OK;
 }
 
@@ -88,8 +94,7 @@ CK_RV GetMechanismInfo(CK_SLOT_ID, CK_MECHANISM_TYPE, CK_MECHANISM_INFO*) {
 }
 
 CK_RV OpenSession(CK_SLOT_ID, CK_FLAGS, void*, CK_NOTIFY, CK_SESSION_HANDLE* session) {
-  const char* certificates = std::getenv(NullCard::kCertificates);
-  s_certificates = certificates != nullptr ? std::strtoul(certificates, nullptr, 10) : 2;
+  s_certificates = FromEnvironment(NullCard::kCertificates, 2);
   *session = 1;
   return CKR_OK;
 }

@@ -36,6 +36,9 @@ OWN_TIME_RATIO = 1.0
 # Time grows as (number of certificates) to the power of at most this.
 EXPONENT = 1.1
 
+# The product's instructions grow as what they are counted over to the power of at most this.
+GROWTH = 1.05
+
 # Measured on one processor, as all else, and again where the system places the two processes.
 ON_ALL_PROCESSORS = tuple(what for what, _ in EXTRAS)
 

@@ -144,7 +144,9 @@ void ReaderService::Start() {
     }
     setenv("LISTEN_FDS", "1", 1);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
-    execl(QEL_PCSCD, "pcscd", "--foreground", "--config", configuration.c_str(), static_cast<char*>(nullptr));
+    // Without a system bus polkit lets nobody in; releases before 2.3 cannot be told to do without it, and do.
+    execl(QEL_PCSCD, "pcscd", "--foreground", "--config", configuration.c_str(), QEL_PCSCD_WITHOUT_POLKIT,
+          static_cast<char*>(nullptr));
     _exit(127);
   }
   close(listening);
