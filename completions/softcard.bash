@@ -27,7 +27,7 @@ _softcard() {
       return ;;
     --key) word="rsa2048 rsa3072 rsa4096 p256 p384 p521" ;;
     --over) word="softhsm nss" ;;
-    --card | --parameters | --reader | --serial | --slot-type | --slots | --wait)
+    --card | --parameters | --port | --reader | --serial | --slot-type | --slots | --wait)
       return ;;
     insert | unlock | delete)
       word=$("$program" list 2>/dev/null | sed -n 's/^card \([^ :]*\):.*/\1/p') ;;

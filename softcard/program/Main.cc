@@ -12,6 +12,7 @@
 #include "softcard/program/Commands.h"
 #include "softcard/program/Personalise.h"
 #include "softcard/program/PinInput.h"
+#include "softcard/program/VirtualCard.h"
 #include "softcard/state/Installation.h"
 
 namespace {
@@ -50,6 +51,7 @@ struct Options {
   std::string library;
   std::string parameters;
   unsigned wait = 0;
+  uint16_t port = kVirtualReaderPort;
   bool empty = false;
 };
 
@@ -217,6 +219,17 @@ void AddInstruments(CLI::App& program, Options& options) {
   });
 }
 
+void AddVirtual(CLI::App& program, Options& options) {
+  auto* const play = program.add_subcommand("virtual", "put a card into pcscd's virtual reader");
+  play->add_option("--port", options.port, "where the reader's driver listens (35963; 35964 is the\nsecond reader's)")
+      ->type_name("N");
+  play->callback([&] {
+    PlayVirtualCard(options.port,
+                    [] { std::cout << "a card is in the virtual reader; Ctrl-C takes it out" << std::endl; });
+    throw std::runtime_error("the virtual reader is gone");
+  });
+}
+
 void GroupCommands(CLI::App& program) {
   for (CLI::App* command : program.get_subcommands(nullptr)) {
     command->group("Commands");
@@ -248,6 +261,7 @@ int main(int argc, char** argv) {
   AddReaderCommands(program, options);
   AddPinPad(program, options);
   AddInstruments(program, options);
+  AddVirtual(program, options);
   GroupCommands(program);
   try {
     program.parse(argc, argv);

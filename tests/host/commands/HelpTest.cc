@@ -23,7 +23,7 @@ struct Program {
 };
 
 const Program kCtkhost = {"ctkhost", QEL_CTKHOST, 11};
-const Program kSoftCard = {"softcard", QEL_SOFTCARD, 12};
+const Program kSoftCard = {"softcard", QEL_SOFTCARD, 13};
 
 void PrintTo(const Program& program, std::ostream* out) {
   *out << program.name;
@@ -100,6 +100,7 @@ const struct {
     {kCtkhost, "list x", {}},
     {kSoftCard, "in", {"init", "insert"}},
     {kSoftCard, "--v", {"--version"}},
+    {kSoftCard, "virtual --p", {"--port"}},
     {kSoftCard, "init --s", {"--serial", "--slot-type", "--slots"}},
     {kSoftCard, "init --over ", {"nss", "softhsm"}},
     {kSoftCard, "init new --key p3", {"p384"}},

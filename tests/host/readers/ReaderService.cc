@@ -80,20 +80,6 @@ int FreePorts() {
   throw std::runtime_error("no free ports");
 }
 
-void ReceiveAll(int socket, uint8_t* bytes, size_t length) {
-  for (size_t done = 0; done < length;) {
-    const ssize_t got = recv(socket, bytes + done, length - done, 0);
-    if (got <= 0) throw std::runtime_error("the reader has let go");
-    done += static_cast<size_t>(got);
-  }
-}
-
-void SendFrame(int socket, const std::vector<uint8_t>& bytes) {
-  std::vector<uint8_t> frame = {static_cast<uint8_t>(bytes.size() >> 8), static_cast<uint8_t>(bytes.size())};
-  frame.insert(frame.end(), bytes.begin(), bytes.end());
-  if (send(socket, frame.data(), frame.size(), MSG_NOSIGNAL) < 0) throw std::runtime_error("the reader has let go");
-}
-
 }  // namespace
 
 std::string ReaderService::Obstacle() {
@@ -166,34 +152,10 @@ void ReaderService::Stop() {
 }
 
 VirtualCard::VirtualCard(const ReaderService& service) {
-  for (int attempt = 0; attempt < 500 && m_socket < 0; ++attempt) {
-    m_socket = OnPort(service.Port(), connect);
-    if (m_socket < 0) usleep(20000);
+  for (int attempt = 0; attempt < 500; ++attempt, usleep(20000)) {
+    m_program.emplace(QEL_SOFTCARD, std::vector<std::string>{"virtual", "--port", std::to_string(service.Port())},
+                      ChildEnvironment{});
+    if (m_program->Prints("Ctrl-C takes it out\n")) return;
   }
-  if (m_socket < 0) throw std::runtime_error("the virtual reader does not listen");
-  m_thread = std::thread([this] { Answer(); });
-}
-
-VirtualCard::~VirtualCard() {
-  shutdown(m_socket, SHUT_RDWR);
-  m_thread.join();
-  close(m_socket);
-}
-
-void VirtualCard::Answer() const {
-  constexpr uint8_t kSendAtr = 4;
-  const std::vector<uint8_t> atr = {0x3B, 0x00};
-  const std::vector<uint8_t> unknownCommand = {0x6D, 0x00};
-  try {
-    while (true) {
-      uint8_t length[2];
-      ReceiveAll(m_socket, length, sizeof length);
-      std::vector<uint8_t> request(static_cast<size_t>(length[0]) << 8 | length[1]);
-      ReceiveAll(m_socket, request.data(), request.size());
-      if (request.size() == 1 && request[0] == kSendAtr) SendFrame(m_socket, atr);
-      if (request.size() > 1) SendFrame(m_socket, unknownCommand);
-    }
-  } catch (const std::runtime_error&) {
-    // The reader or this object has let go.
-  }
+  throw std::runtime_error("the virtual reader does not listen: " + m_program->Printed());
 }

@@ -2,9 +2,10 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
-#include <thread>
 
+#include "tests/support/RunningProgram.h"
 #include "tests/support/TemporaryDirectory.h"
 
 /// A smart-card service of the test's own: its socket, configuration and port are private. It has two virtual readers,
@@ -34,18 +35,12 @@ class ReaderService {
   pid_t m_process = 0;
 };
 
-/// A card in the service's first reader for as long as this object lives. It has an ATR and knows no command.
+/// `softcard virtual`: a card in the service's first reader for as long as this object lives.
 class VirtualCard {
  public:
   /// Throws std::runtime_error when the reader does not take it.
   explicit VirtualCard(const ReaderService& service);
-  ~VirtualCard();
-  VirtualCard(const VirtualCard&) = delete;
-  VirtualCard& operator=(const VirtualCard&) = delete;
 
  private:
-  void Answer() const;
-
-  int m_socket = -1;
-  std::thread m_thread;
+  std::optional<RunningProgram> m_program;
 };

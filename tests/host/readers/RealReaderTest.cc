@@ -77,6 +77,15 @@ TEST_F(RealReaders, AreShownWithAndWithoutACard) {
   EXPECT_TRUE(Shows("empty"));
 }
 
+TEST_F(RealReaders, TakeAVirtualCardOnlyWhileTheServiceRuns) {
+  m_service->Stop();
+  const ChildResult result = m_card->SoftCard({"virtual", "--port", std::to_string(m_service->Port())});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.errors, "softcard: no virtual reader at port " + std::to_string(m_service->Port()) +
+                               ": Connection refused; it is there while pcscd runs with the driver of "
+                               "vsmartcard-vpcd\n");
+}
+
 TEST_F(RealReaders, HideASoftReaderOfTheSameName) {
   ASSERT_EQ(m_card->SoftCard({"remove", "--reader", SoftSlot()}).exitStatus, 0);
   ASSERT_EQ(m_card->SoftCard({"insert", "card", "--reader", kReader}).exitStatus, 0);
