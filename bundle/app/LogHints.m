@@ -6,7 +6,7 @@ static NSString *const kHints[][2] = {
     {@"no slot found", @"A card was left out: the PKCS#11 library sees no reader."},
     {@"probably unsupported smart card type", @"A card was left out: the PKCS#11 library does not know its kind."},
     {@"Failed to initialize smartcard",
-     @"A card was left out: it could not be read. The line before tells the reason."},
+     @"A card was left out: it could not be read. Its line tells the reason, the line before perhaps more."},
     {@"dlopen error", @"A library could not be loaded; its line names the file."},
 };
 
