@@ -17,6 +17,7 @@ TEST(ShippedApp, TellsOfReadersCardsAndCertificates) {
   EXPECT_EQ(result.exitStatus, 1);  // there is no registry where macOS has it
   const nlohmann::json status = nlohmann::json::parse(result.output);
   EXPECT_EQ(status.at("extension").at("registration"), "unknown");
+  EXPECT_EQ(status.at("pinDialogLibraryMissing"), false);
   const nlohmann::json& token = status.at("readers").at(0).at("tokens").at(0);
   EXPECT_EQ(token.at("tokenID"), "com.qel.QELToken.Extension:QEL-00A1B2C3");
   EXPECT_EQ(token.at("certificates").at(0).at("validity"), "valid");
