@@ -17,20 +17,24 @@ double Median(std::vector<double> values) {
 
 void TakeTurns(benchmark::State& state, int calls, const std::vector<Side>& sides, Clock clock) {
   for (const Side& side : sides) side.call();  // what is loaded or cached once is so for every turn
+  const auto timed = [&](const Side& side) {
+    const double start = Now(clock);
+    for (int call = 0; call < calls; ++call) side.call();
+    return (Now(clock) - start) / calls;
+  };
   std::vector<std::vector<double>> times(sides.size()), ratios(sides.size()), extras(sides.size());
+  std::vector<double> calibration;
   for (auto _ : state) {
     std::vector<double> turn;
-    for (const Side& side : sides) {
-      const double start = Now(clock);
-      for (int call = 0; call < calls; ++call) side.call();
-      turn.push_back((Now(clock) - start) / calls);
-    }
+    for (const Side& side : sides) turn.push_back(timed(side));
+    if (sides.size() > 1) calibration.push_back(timed(sides[1]) / turn[1]);
     for (size_t side = 0; side < sides.size(); ++side) {
       times[side].push_back(turn[side]);
       ratios[side].push_back(turn[0] / turn[side]);
       extras[side].push_back(turn[0] - turn[side]);
     }
   }
+  if (!calibration.empty()) state.counters["calibration"] = Median(calibration);
   for (size_t side = 0; side < sides.size(); ++side) {
     state.counters["ns/" + sides[side].name] = Median(times[side]);
     if (side == 0) continue;
