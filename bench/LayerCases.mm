@@ -69,7 +69,7 @@ std::vector<LayerCase> MakeCases() {
        [=] { Bare::Decrypt(card, kRsa.id, ciphertext); }},
       {"key exchange", [=] { token.Agree(peer, ecKey, exchange, parameters); },
        [=] { Bare::Agree(card, kEc.id, point, kAgreedBytes); }},
-      {"1,000 dead statements", [] { LogDeadStatements(1000); }, [] {}},
+      {"1000 dead statements", [] { LogDeadStatements(1000); }, [] {}},
       {"login check", [=] { token.AskForLogin(); }, [=] { Bare::IsLoggedIn(card); }},
       {"support questions for an RSA-2048 signature",
        SupportQuestions(token, Wire::Operation::SignData, "algid:sign:RSA:message-PKCS1v15:SHA256", rsaKey), [] {}},
@@ -86,6 +86,10 @@ std::vector<LayerCase> MakeCases() {
 }  // namespace
 
 const std::vector<LayerCase> &LayerCases() {
-  static const std::vector<LayerCase> cases = MakeCases();
+  static const std::vector<LayerCase> cases = [] {
+    @autoreleasepool {
+      return MakeCases();
+    }
+  }();
   return cases;
 }
