@@ -87,7 +87,7 @@ std::vector<std::string> ScreenLines(const WatchState& state, const std::vector<
     screen.AddWrapped(Style::Plain, std::string("no reader; plug one in, or ") + kMakeSoftReader);
   if (!recent.empty()) footer.Add(Style::Plain, "");
   for (const std::string& event : recent) footer.Add(Style::Faint, event);
-  if (footer.lines.size() > size.rows / 2) footer.lines.clear();  // a small window is for the readers
+  if (footer.lines.size() > size.rows / 3) footer.lines.clear();  // a small window is for the readers
   Scroll(screen, size.rows - title.lines.size() - footer.lines.size(), first);
   for (const Screen* part : {&screen, &footer})
     title.lines.insert(title.lines.end(), part->lines.begin(), part->lines.end());

@@ -95,7 +95,7 @@ std::string OutcomeOf(const Wire::Answer<bool>& answer) {
 }
 
 std::string OutcomeOf(const Wire::Answer<Wire::Bytes>& answer) {
-  return answer ? std::to_string(answer->size()) + " bytes" : Describe(answer.error);
+  return answer ? Counted(answer->size(), "byte") : Describe(answer.error);
 }
 
 ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, milliseconds timeout, Observer observer,

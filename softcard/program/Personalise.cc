@@ -112,7 +112,11 @@ PlannedKey PlanImport(const ImportedKey& files) {
   if (!files.certificate.empty()) planned.certificate = ReadCertificate(files.certificate);
   if (files.key.empty()) return planned;
   planned.imported = ReadPrivateKey(files.key);
-  Describe(planned.imported.get());
+  try {
+    Describe(planned.imported.get());
+  } catch (const std::runtime_error& problem) {
+    throw std::runtime_error(files.key.string() + ": " + problem.what());
+  }
   if (planned.certificate && X509_check_private_key(planned.certificate.get(), planned.imported.get()) != 1)
     throw std::runtime_error(files.certificate.string() + ": is not the certificate of " + files.key.string());
   return planned;

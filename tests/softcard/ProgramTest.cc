@@ -130,13 +130,15 @@ TEST_F(SoftCardProgram, FilesThatCannotBeImportedAreNamedAndMakeNoCard) {
   const KeyPointer other(EVP_EC_gen("P-256"));
   const DemoAuthority authority(m_directory);
   WritePrivateFile(m_certificateFile, PemOf(authority.Issue(other.get(), "Of another key").get()));
-  const std::string noKey = m_temporary.Path() / "no-key.pem";
+  const std::string noKey = m_temporary.Path() / "no-key.pem", ed25519 = m_temporary.Path() / "ed25519.pem";
   WritePrivateFile(noKey, "nothing\n");
+  WritePrivateFile(ed25519, PemOf(KeyPointer(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519")).get()));
   const struct {
     std::string files;
     std::string said;
   } rows[] = {{m_keyFile + "," + m_certificateFile, "is not the certificate of"},
               {noKey, "no private key in PEM form"},
+              {ed25519, ed25519 + ": a soft card takes RSA and EC keys only"},
               {"/nowhere/key.pem", "/nowhere/key.pem: cannot be read"}};
   for (const auto& row : rows) {
     const auto result = Run({"init", "mine", "--pin-file", m_pinFile, "--import", row.files});

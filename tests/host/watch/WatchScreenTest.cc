@@ -68,6 +68,14 @@ TEST(WatchScreen, ShowsTheLastEventsBelow) {
   EXPECT_EQ(lines.back(), kRecent.back());
 }
 
+TEST(WatchScreen, LeavesASmallWindowToTheReaders) {
+  const std::vector<std::string> recent(4, "an event");
+  for (const size_t rows : {10, 14, 15, 24}) {
+    const Lines lines = ScreenLines(OneToken(12), recent, {40, rows}, false);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "an event"), rows < 15 ? 0 : 4) << rows;
+  }
+}
+
 TEST(WatchScreen, FitsEveryWindow) {
   for (size_t columns = 20; columns <= 200; columns += 9) {
     for (size_t rows = 1; rows <= 40; ++rows) {
