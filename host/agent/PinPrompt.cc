@@ -191,6 +191,7 @@ Wire::Attachment PinPrompt::AskWithProgram(const std::string& program, const std
   const uint8_t* end = std::find_if(pin.data(), pin.data() + length, [](uint8_t c) { return c == '\n' || c == '\r'; });
   pin.Shorten(static_cast<size_t>(end - pin.data()));
   if (pin.size() > kLongestPin) throw TooLong();
+  if (pin.empty()) throw Cancelled(": no PIN was typed, so none was tried");
   return pin;
 }
 

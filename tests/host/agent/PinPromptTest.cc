@@ -70,6 +70,13 @@ TEST_F(AskPass, IsCancelledWhenTheProgramFails) {
   EXPECT_EQ(Asked(), "6 PIN entry was cancelled");
 }
 
+TEST_F(AskPass, IsCancelledWhenTheProgramPrintsNothing) {
+  for (const char* nothing : {"true", "echo", "printf '\\r\\n'"}) {
+    Script(nothing);
+    EXPECT_EQ(Asked(), "6 PIN entry was cancelled: no PIN was typed, so none was tried") << nothing;
+  }
+}
+
 TEST_F(AskPass, IsCancelledAndTheProgramEndedWhenTheAgentEnds) {
   Script("exec sleep 100");
   ASSERT_EQ(write(stop[1], "", 1), 1);
