@@ -66,6 +66,7 @@ void CaughtSignals::PutBack(const Before& before) {
 
 CaughtSignals::~CaughtSignals() {
   for (const Before& before : m_before) PutBack(before);
+  for (int left = Next(); left != 0; left = Next()) raise(left);
   close(m_ends[0]);
   close(m_ends[1]);
 }

@@ -18,6 +18,7 @@ class CaughtSignals {
  public:
   /// Throws Failure when the system has no pipe.
   explicit CaughtSignals(const std::vector<int>& signals);
+  /// Those that nobody took come to this program now.
   ~CaughtSignals();
   CaughtSignals(const CaughtSignals&) = delete;
   CaughtSignals& operator=(const CaughtSignals&) = delete;
