@@ -81,7 +81,9 @@ Wire::Bytes PublicPointFromPem(const Wire::Bytes& pem, const std::string& name) 
                   "the public key in " + name + " has curve parameters of its own; only named " +
                       "curves are used: 'openssl ecparam -param_enc named_curve' makes keys on one");
   Wire::Bytes point = UncompressedPoint(key.get());
-  if (point.empty()) throw Failure(ExitStatus::Failed, "the public key in " + name + " has no point on a curve");
+  constexpr size_t kAtInfinity = 1;  // the length of its encoding; it makes every secret the same
+  if (point.size() <= kAtInfinity)
+    throw Failure(ExitStatus::Failed, "the public key in " + name + " is no point with coordinates on its curve");
   return point;
 }
 

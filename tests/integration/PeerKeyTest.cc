@@ -56,4 +56,12 @@ TEST_F(PeerKey, BesideItsCurveIsRefusedForThat) {
   EXPECT_NE(result.errors.find("is not on the curve that it names"), std::string::npos) << result.errors;
 }
 
+TEST_F(PeerKey, AtInfinityIsRefusedForThat) {
+  m_card.Write("peer.pub",
+               "-----BEGIN PUBLIC KEY-----\nMBkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDAgAA\n-----END PUBLIC KEY-----\n");
+  const ChildResult result = Agree();
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_NE(result.errors.find("is no point with coordinates on its curve"), std::string::npos) << result.errors;
+}
+
 }  // namespace
