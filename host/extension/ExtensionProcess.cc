@@ -109,7 +109,7 @@ ExtensionProcess::ExtensionProcess(const std::filesystem::path& bundle, millisec
       m_waiting(waiting) {}
 
 ExtensionProcess::~ExtensionProcess() {
-  if (IsRunning()) End(kPatienceAtEnd);
+  if (m_process) End(kPatienceAtEnd);
 }
 
 void ExtensionProcess::Note(const std::string& line) const {
@@ -117,9 +117,9 @@ void ExtensionProcess::Note(const std::string& line) const {
 }
 
 void ExtensionProcess::Start() {
-  // One that died between two requests costs none.
-  if (IsRunning() && m_process->EndsWithin(milliseconds(0))) Note("the extension " + EndOf(End(milliseconds(0))));
   if (IsRunning()) return;
+  // One that died between two requests costs none.
+  if (m_process) Note("the extension " + EndOf(End(milliseconds(0))));
   Spawn();
   ++m_run;
   Note("started the extension, process " + std::to_string(m_process->Id()));

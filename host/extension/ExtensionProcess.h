@@ -85,7 +85,7 @@ class ExtensionProcess {
 
   /// Changes with every start: identifiers of another run mean nothing to this one.
   int Run() const { return m_run; }
-  bool IsRunning() const { return m_process != nullptr; }
+  bool IsRunning() const { return m_process && !m_process->EndsWithin(std::chrono::milliseconds(0)); }
   pid_t ProcessId() const { return m_process ? m_process->Id() : 0; }
 
  private:

@@ -47,10 +47,14 @@ bool CardToken::IsExchanged() const {
   return now && now != m_insertion;
 }
 
+bool CardToken::IsKnown() const {
+  return !m_ended && m_process.IsRunning() && m_process.Run() == m_run;
+}
+
 void CardToken::Terminate() {
-  const bool gone = m_ended || !m_process.IsRunning() || m_process.Run() != m_run;
+  const bool isKnown = IsKnown();
   m_ended = true;
-  if (!gone)
+  if (isKnown)
     m_process.Ask({"terminateToken", "ending the card's token"},
                   [&](Wire::Client& client) { return client.TerminateToken(m_token.id); });
 }

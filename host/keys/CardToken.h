@@ -26,6 +26,8 @@ class CardToken {
   int64_t ID() const { return m_token.id; }
   /// Whether the reader holds another card by now, or the same after it was out. Throws Failure as Readers() does.
   bool IsExchanged() const;
+  /// Whether the extension's process that made it still runs. A process that was started since knows nothing of it.
+  bool IsKnown() const;
   ExtensionProcess& Process() const { return m_process; }
 
   /// Ends the token now. Throws Failure as ExtensionProcess::Ask does.

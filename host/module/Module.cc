@@ -38,7 +38,8 @@ CK_RV Module::GetInfo(CK_INFO* info) {
 
 void Module::Follow(Slot& slot, const Reader* reader) {
   const bool hasCard = reader && reader->hasCard;
-  if (slot.token && (!hasCard || slot.token->Insertion() != reader->insertions)) slot.token.reset();
+  if (slot.token && (!hasCard || slot.token->Insertion() != reader->insertions || !slot.token->Card().IsKnown()))
+    slot.token.reset();
   slot.reader.hasCard = hasCard;
   if (!hasCard || slot.token) return;
   try {
@@ -124,8 +125,9 @@ CK_RV Module::GetMechanismInfo(CK_SLOT_ID number, CK_MECHANISM_TYPE mechanism, C
 }
 
 CK_RV Module::OpenSession(CK_SLOT_ID number, CK_FLAGS flags, void*, CK_NOTIFY, CK_SESSION_HANDLE* session) {
+  if (!SlotAt(number)) return CKR_SLOT_ID_INVALID;
+  if (!SlotAt(number)->token) Refresh();  // an application that lost its token may not ask for the slots again
   const Slot* const slot = SlotAt(number);
-  if (!slot) return CKR_SLOT_ID_INVALID;
   if (!slot->token) return CKR_TOKEN_NOT_PRESENT;
   if ((flags & CKF_SERIAL_SESSION) == 0) return CKR_SESSION_PARALLEL_NOT_SUPPORTED;
   if ((flags & CKF_RW_SESSION) != 0) return CKR_TOKEN_WRITE_PROTECTED;
@@ -152,6 +154,11 @@ CK_RV Module::Find(CK_SESSION_HANDLE handle, Session** session, ModuleToken** to
   if (found == m_sessions.end()) return CKR_SESSION_HANDLE_INVALID;
   *session = &found->second;
   *token = found->second.token.lock().get();  // its slot keeps it
+  if (*token && !(*token)->Card().IsKnown()) {
+    TellUser("the extension ended, and the login with it; log in again");
+    m_slots[found->second.slot].token.reset();
+    *token = nullptr;
+  }
   return *token ? CKR_OK : CKR_DEVICE_REMOVED;
 }
 

@@ -139,6 +139,22 @@ TEST_F(ClientFunctions, KnowNoSessionOfACardThatWasTakenOutAndPutBack) {
   EXPECT_EQ(info.state, CKS_RO_PUBLIC_SESSION) << "a login of another insertion";
 }
 
+TEST_F(ClientFunctions, ServeAgainAfterTheExtensionEnded) {
+  for (int time = 0; time < 2; ++time) {
+    SCOPED_TRACE(time);
+    ASSERT_EQ(LogIn(), CKR_OK);
+    const CK_OBJECT_HANDLE key = Find(CKO_PRIVATE_KEY).at(0);
+    ASSERT_EQ(BeginSignature(CKM_ECDSA, key), CKR_OK);
+    kill(m_card.Extension(), SIGKILL);
+    CK_BYTE digest[32] = {1}, signature[100];
+    CK_ULONG length = sizeof signature;
+    EXPECT_NE(m_functions->C_Sign(m_session, digest, sizeof digest, signature, &length), CKR_OK);
+    EXPECT_EQ(BeginSignature(CKM_ECDSA, key), CKR_DEVICE_REMOVED);
+    EXPECT_NE(m_card.Log().find("log in again"), std::string::npos) << m_card.Log();
+    ASSERT_EQ(m_functions->C_OpenSession(m_slot, CKF_SERIAL_SESSION, nullptr, nullptr, &m_session), CKR_OK);
+  }
+}
+
 TEST_F(ClientFunctions, EndWithTheServiceThatTheyReach) {
   CK_ULONG count = 0;
   ASSERT_EQ(m_functions->C_GetSlotList(CK_TRUE, nullptr, &count), CKR_OK);

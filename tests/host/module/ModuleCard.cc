@@ -1,5 +1,6 @@
 #include "tests/host/module/ModuleCard.h"
 
+#include <fstream>
 #include <stdexcept>
 
 ModuleCard::ModuleCard(const std::string& key)
@@ -17,6 +18,15 @@ ModuleCard::ModuleCard(const std::string& key)
       m_card.Path("service.log"));
   if (!m_service->WaitFor("export PKCS11_MODULE_PATH;\n"))
     throw std::runtime_error("ctkhost module did not come up: " + m_service->Log());
+}
+
+pid_t ModuleCard::Extension() const {
+  pid_t process = m_service->ProcessId();
+  for (int generation = 0; generation < 2; ++generation) {  // the one that serves the application, then its own
+    const std::string id = std::to_string(process);
+    std::ifstream("/proc/" + id + "/task/" + id + "/children") >> process;
+  }
+  return process;
 }
 
 std::string ModuleCard::KeyUri(const std::string& pin) const {

@@ -25,6 +25,8 @@ class ModuleCard {
   ChildResult Run(const std::string& program, const std::vector<std::string>& arguments) const;
   /// Ends `ctkhost module`.
   void StopService() const { m_service->Stop(); }
+  /// The extension's process for the only application.
+  pid_t Extension() const;
   /// What `ctkhost module` said on standard error, and on standard output.
   std::string Log() const { return m_service->Log(); }
 
