@@ -14,7 +14,7 @@ import counts
 import goals
 import measure
 
-WIDTH, HEIGHT, LEFT, TOP, LEGEND = 520, 360, 70, 40, 330
+WIDTH, HEIGHT, LEFT, TOP, LEGEND = 520, 360, 120, 40, 340
 COLOURS = ("#2a7f4f", "#b3372c", "#4a6a8a", "#a67c00", "#7a4fa3")
 
 
