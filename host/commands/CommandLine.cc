@@ -1,11 +1,11 @@
 #include <QELBuildConstants.h>
 
-#include <algorithm>
 #include <sstream>
 
 #include "cmake/QELCommit.h"
 #include "host/base/Failure.h"
 #include "host/base/Output.h"
+#include "host/base/Usage.h"
 #include "host/commands/Command.h"
 #include "host/commands/Commands.h"
 #include "host/terminal/Terminal.h"
@@ -21,21 +21,6 @@ std::filesystem::path FolderOfBundle() {
   if (installed.empty()) return std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
   setenv("QEL_LIBRARY_DIR", (installed / "Library").c_str(), 0);
   return installed;
-}
-
-/// What is wrong with a command line that cannot be read, and where to look.
-std::string UsageText(const CLI::App& app, const CLI::ParseError& problem) {
-  std::string text = problem.what(), program = "ctkhost";
-  for (const CLI::App* command : app.get_subcommands()) program += " " + command->get_name();
-  if (app.get_subcommands().empty()) {
-    const auto rest = app.remaining();
-    const auto word = std::find_if(rest.begin(), rest.end(), [](auto& argument) { return argument.front() != '-'; });
-    if (problem.get_name() == "RequiredError") text = "which command?";
-    if (word != rest.end()) text = "there is no command '" + *word + "'";
-  }
-  text.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(text.front())));
-  return text + (text.back() == '?' ? " '" : "; '") + program + " --help' shows " +
-         (app.get_subcommands().empty() ? "them" : "how to use it");
 }
 
 /// The command line and what it was read into.

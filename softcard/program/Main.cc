@@ -9,6 +9,7 @@
 
 #include "cmake/QELCommit.h"
 #include "host/base/CoreDumps.h"
+#include "host/base/Usage.h"
 #include "softcard/program/Commands.h"
 #include "softcard/program/Personalise.h"
 #include "softcard/program/PinInput.h"
@@ -267,7 +268,12 @@ int main(int argc, char** argv) {
     program.parse(argc, argv);
     return Printed();
   } catch (const CLI::ParseError& error) {
-    return program.exit(error) == 0 ? Printed() : kUsage;
+    if (error.get_exit_code() != 0) {
+      std::cerr << "softcard: " << Host::UsageText(program, error) << "\n";
+      return kUsage;
+    }
+    program.exit(error);
+    return Printed();
   } catch (const NotFound& error) {
     std::cerr << "softcard: " << error.what() << "\n";
     return kNotFound;

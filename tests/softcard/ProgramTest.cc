@@ -237,11 +237,28 @@ TEST_F(SoftCardProgram, CardsGoInAndOutOfReaders) {
   EXPECT_EQ(Status({"init", "one", "--pin-file", m_pinFile}), 1) << "the name is taken";
 }
 
-TEST_F(SoftCardProgram, WrongUsageEndsWithTwo) {
-  EXPECT_EQ(Status({}), 2);
-  EXPECT_EQ(Status({"fly"}), 2);
-  EXPECT_EQ(Status({"init", "a/b", "--pin-file", m_pinFile}), 2);
-  EXPECT_EQ(Status({"init", "demo", "--key", "dsa"}), 2);
+TEST_F(SoftCardProgram, WrongUsageEndsWithTwoAndSaysWhereToLook) {
+  const struct {
+    std::vector<std::string> arguments;
+    const char* said;
+  } rows[] = {
+      {{}, "which command? 'softcard --help' shows them"},
+      {{"fly"}, "there is no command 'fly'; 'softcard --help' shows them"},
+      {{"--fly"}, "there is no option '--fly'; 'softcard --help' shows them"},
+      {{"pinpad"}, "which command? 'softcard pinpad --help' shows them"},
+      {{"pinpad", "fly"}, "there is no command 'fly'; 'softcard pinpad --help' shows them"},
+      {{"insert"}, "CARD is required; 'softcard insert --help' shows how to use it"},
+      {{"init", "a/b", "--pin-file", m_pinFile},
+       "CARD: a card's name is 1 to 28 letters, digits, dots, dashes and underscores; 'softcard init --help' shows how "
+       "to use it"},
+      {{"init", "demo", "--key", "dsa"},
+       "--key: dsa not in {rsa2048,rsa3072,rsa4096,p256,p384,p521}; 'softcard init --help' shows how to use it"},
+  };
+  for (const auto& row : rows) {
+    const auto result = Run(row.arguments);
+    EXPECT_EQ(result.exitStatus, 2) << row.said;
+    EXPECT_EQ(result.errors, std::string("softcard: ") + row.said + "\n");
+  }
   EXPECT_EQ(Status({"--help"}), 0);
 }
 

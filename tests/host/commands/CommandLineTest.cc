@@ -83,6 +83,7 @@ TEST(CommandLine, SaysWhatIsWrongWithACommandLineAndWhereToLook) {
   const Usage kRows[] = {
       {{}, "which command? 'ctkhost --help' shows them"},
       {{"unheard-of"}, "there is no command 'unheard-of'; 'ctkhost --help' shows them"},
+      {{"--unheard-of"}, "there is no option '--unheard-of'; 'ctkhost --help' shows them"},
       {{"list", "--unheard-of"},
        "the following argument was not expected: --unheard-of; 'ctkhost list --help' shows how to use it"},
       {{"sign"}, "--key is required; 'ctkhost sign --help' shows how to use it"},
