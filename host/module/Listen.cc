@@ -18,10 +18,11 @@
 namespace Host {
 namespace {
 
-/// Serves `client` in this process, which is its own and ends with the listener's.
-int ServeClient(const Options& options, int client) {
+/// Serves `client` in this process, which is its own and ends with `listening`, the process that made it.
+int ServeClient(const Options& options, int client, pid_t listening) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) signal(number, SIG_DFL);
   prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != listening) return static_cast<int>(ExitStatus::Done);  // it ended before the line above
   try {
     ServeModule(options, client, client);
     return static_cast<int>(ExitStatus::Done);
@@ -42,10 +43,11 @@ void Accept(const Options& options, int listener) {
     close(client);
     return;
   }
+  const pid_t listening = getpid();
   const pid_t process = fork();
   if (process == 0) {
     close(listener);
-    _exit(ServeClient(options, client));
+    _exit(ServeClient(options, client, listening));
   }
   if (process < 0) TellUser(std::string("no process for another application: ") + std::strerror(errno));
   close(client);
