@@ -175,7 +175,8 @@ Wire::Attachment PinPrompt::Ask(const std::string& prompt) const {
   const std::string program = AskingProgram();
   if (!program.empty()) return AskWithProgram(program, whole);
   if (!IsInForeground())
-    throw Failure(ExitStatus::Failed, "nowhere to ask for the PIN: set SSH_ASKPASS, or start the agent at a terminal");
+    throw Failure(ExitStatus::Failed,
+                  "nowhere to ask for the PIN: set SSH_ASKPASS, or start the agent in a terminal of its own");
   return AskOnTerminal(whole, {m_stop, m_patience, false});
 }
 
