@@ -145,11 +145,11 @@ static pthread_mutex_t* OnThisSystem(void* mutex) {
   return static_cast<pthread_mutex_t*>(mutex);
 }
 
-void macos_mutex_lock(void* mutex) {
-  pthread_mutex_lock(OnThisSystem(mutex));
+int macos_mutex_lock(void* mutex) {
+  return pthread_mutex_lock(OnThisSystem(mutex));
 }
-void macos_mutex_unlock(void* mutex) {
-  pthread_mutex_unlock(OnThisSystem(mutex));
+int macos_mutex_unlock(void* mutex) {
+  return pthread_mutex_unlock(OnThisSystem(mutex));
 }
 
 // What the compiler's own code asks for.

@@ -77,9 +77,7 @@ void Image::ReadCommands() {
 }
 
 void Image::ReadCommand(uint32_t command, const uint8_t* data) {
-  const auto linkerData = [data](int at) {
-    return LinkerData{Read<uint32_t>(data + at), Read<uint32_t>(data + at + 4)};
-  };
+  const auto linkerData = [data](int at) { return Read<LinkerData>(data + at); };
   if (command == LoadSegment) ReadSegment(data);
   if (command == LoadLibrary || command == LoadWeakLibrary || command == LoadReexportedLibrary)
     m_libraries.emplace_back(reinterpret_cast<const char*>(data + Read<uint32_t>(data + 8)));

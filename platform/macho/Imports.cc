@@ -11,6 +11,8 @@ asm(R"(.pushsection .rodata
 macho_imports_start: .incbin "imports.txt"
 macho_imports_end: .popsection)");
 extern "C" const char macho_imports_start[], macho_imports_end[];
+// Rows that a program has for images of its own.
+extern "C" __attribute__((weak)) const char macho_more_imports_start[], macho_more_imports_end[];
 
 namespace MachO {
 namespace {
@@ -48,7 +50,8 @@ struct Row {
 
 std::map<std::string, Row> ReadRows() {
   std::map<std::string, Row> rows;
-  std::istringstream lines(std::string(macho_imports_start, macho_imports_end));
+  std::istringstream lines(std::string(macho_imports_start, macho_imports_end) +
+                           std::string(macho_more_imports_start, macho_more_imports_end));
   std::string library;
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;
@@ -60,7 +63,7 @@ std::map<std::string, Row> ReadRows() {
     std::string answerer, symbol;
     words >> answerer >> symbol;
     do {
-      if (!rows.emplace(symbol, Row{library, answerer}).second) throw Unusable(symbol + " has two rows");
+      rows[symbol] = {library, answerer};
       // What is answered here is one symbol, and then the reason.
     } while (answerer.rfind("here", 0) != 0 && words >> symbol);
   }

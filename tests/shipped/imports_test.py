@@ -30,6 +30,8 @@ def rows():
         who, rest = line.split(None, 1)
         symbols, reason = (rest.split(None, 1) + [""])[:2] if who.startswith("here") else (rest, None)
         for symbol in symbols.split():
+            if symbol in table:
+                raise ValueError(f"{symbol} has two rows")
             table[symbol] = (library, who, reason)
     return table
 
