@@ -17,6 +17,15 @@ _ctkhost_items() {
   "$2" "${where[@]}" list 2>/dev/null | sed -n "s/^  $1 *\([0-9a-f]*\)\( .*\|\)$/\1/p"
 }
 
+# Offers those of the lines that come, which may have blanks, that begin with $1, as they are typed there.
+_ctkhost_offer_lines() {
+  local line
+  while IFS= read -r line; do
+    [[ $1 == [\"\']* ]] || line=$(printf %q "$line")
+    if [[ $line == "${1#[\"\']}"* ]]; then COMPREPLY+=("$line"); fi
+  done
+}
+
 _ctkhost() {
   local program=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
   local commands command="" word
@@ -40,11 +49,8 @@ _ctkhost() {
       word=$("$program" sign --help 2>/dev/null | sed -n '/^Algorithms:/,/^[^ A]/s/^ //p') ;;
     --key) word=$(_ctkhost_items key "$program") ;;
     --certificate) word=$(_ctkhost_items cert "$program") ;;
-    --reader)  # a name may have blanks, which are quoted on the command line
-      while IFS= read -r word; do
-        word=$(printf %q "$word")
-        if [[ $word == "$current"* ]]; then COMPREPLY+=("$word"); fi
-      done < <("$program" readers 2>/dev/null | sed -n 's/^\(card \|empty\)  //p')
+    --reader)
+      _ctkhost_offer_lines "$current" < <("$program" readers 2>/dev/null | sed -n 's/^\(card \|empty\)  //p')
       return ;;
     --size | --shared-info | --timeout | --lines | --lifetime | -t)
       return ;;

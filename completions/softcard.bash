@@ -10,6 +10,15 @@ _softcard_options() {
   "$@" --help 2>/dev/null | sed -n '/^Options:/,/^$/p' | grep -oE -- '^  (-[a-z],)?--[a-z-]+' | tr -d ' ' | tr , '\n'
 }
 
+# Offers those of the lines that come, which may have blanks, that begin with $1, as they are typed there.
+_softcard_offer_lines() {
+  local line
+  while IFS= read -r line; do
+    [[ $1 == [\"\']* ]] || line=$(printf %q "$line")
+    if [[ $line == "${1#[\"\']}"* ]]; then COMPREPLY+=("$line"); fi
+  done
+}
+
 _softcard() {
   local program=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
   local command=() commands word
@@ -27,9 +36,12 @@ _softcard() {
       return ;;
     --key) word="rsa2048 rsa3072 rsa4096 p256 p384 p521" ;;
     --over) word="softhsm nss" ;;
-    --card | --parameters | --port | --reader | --serial | --slot-type | --slots | --wait)
+    --reader)
+      _softcard_offer_lines "$current" < <("$program" list 2>/dev/null | sed -n 's/^reader "\(.*\)": .*/\1/p')
       return ;;
-    insert | unlock | delete)
+    --parameters | --port | --serial | --slot-type | --slots | --wait)
+      return ;;
+    insert | unlock | delete | --card)
       word=$("$program" list 2>/dev/null | sed -n 's/^card \([^ :]*\):.*/\1/p') ;;
     *)
       if [[ $current == -* ]]; then

@@ -141,6 +141,10 @@ TEST(BashCompletion, OffersTheReadersAndTheIdentifiersOfACardsKeysAndCertificate
   EXPECT_EQ(offered("--reader 'Test\\ Reader' sign --key 12a4"), Words{"12a4"});
   EXPECT_EQ(offered("export --certificate "), Words{"11a1"});
   EXPECT_EQ(offered("list --reader T"), Words{"Test\\ Reader"});
+  EXPECT_EQ(offered("list --reader '\"T'"), Words{"Test Reader"});
+  EXPECT_EQ(offered("list --reader \\'E"), Words{"Empty Reader"});
+  EXPECT_EQ(OfferedByBash(kSoftCard, "remove --reader T", card.Environment()), Words{"Test\\ Reader"});
+  EXPECT_EQ(OfferedByBash(kSoftCard, "pinpad enter --card c", card.Environment()), Words{"card"});
 }
 
 TEST(ZshCompletion, NamesEveryCommandAndOptionOfTheHelpAndNoOther) {
@@ -193,6 +197,7 @@ TEST(ZshCompletion, OffersWhatTheHelpNames) {
   EXPECT_EQ(zsh.Offered(kCtkhost, ""), AllCommands());
   EXPECT_EQ(zsh.Offered(kCtkhost, "sign --in " QEL_MANUAL_PAGES "/ctkhost.1"), Words{"ctkhost.1"});
   EXPECT_EQ(zsh.Offered(kCtkhost, "list --reader T"), Words{"Test\\ Reader"});
+  EXPECT_EQ(zsh.Offered(kSoftCard, "remove --reader T"), Words{"Test\\ Reader"});
 }
 
 TEST(ZshCompletion, OffersTheIdentifiersOfACardsKeysAndCertificates) {
