@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -87,11 +88,12 @@ class Objects {
     CK_ATTRIBUTE wanted = {CKA_CLASS, &objectClass, sizeof objectClass};
     Require("C_FindObjectsInit", m_functions->C_FindObjectsInit(m_session, &wanted, 1));
     std::vector<CK_OBJECT_HANDLE> found;
-    CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
+    CK_OBJECT_HANDLE objects[256];
     CK_ULONG count = 0;
-    while (m_functions->C_FindObjects(m_session, &object, 1, &count) == CKR_OK && count == 1) {
-      if (found.size() == kMostObjects) throw std::runtime_error("C_FindObjects: it has no end");
-      found.push_back(object);
+    while (m_functions->C_FindObjects(m_session, objects, std::size(objects), &count) == CKR_OK && count > 0) {
+      if (count > std::size(objects) || found.size() + count > kMostObjects)
+        throw std::runtime_error("C_FindObjects: it has no end");
+      found.insert(found.end(), objects, objects + count);
     }
     m_functions->C_FindObjectsFinal(m_session);
     return found;
