@@ -25,8 +25,8 @@ double Median(std::vector<double> values);
 
 /// Lets the sides take turns (A B A B ...) for the benchmark's iterations, `calls` calls a turn. Reports, as counters,
 /// the median time of a call ("ns/SIDE") and, for each side but the first, the median of the turns' ratios of the first
-/// to it ("ratio/SIDE") and of the differences in nanoseconds a call ("extra/SIDE"). The second side has two turns each time;
-/// the median of the ratios of its second to its first ("calibration") is 1 but for what cannot be measured here.
+/// to it ("ratio/SIDE") and of the differences in nanoseconds a call ("extra/SIDE"). The second side has two turns each
+/// time; the median of the ratios of its second to its first ("calibration") is 1 but for what cannot be measured here.
 void TakeTurns(benchmark::State& state, int calls, const std::vector<Side>& sides, Clock clock = Clock::Processor);
 
 /// Runs the benchmarks that main() registered. Those that use Objective-C cannot be registered before it.

@@ -42,6 +42,7 @@ namespace Detail {
 /// What GetLevel returns, for statements to look at where they stand: most are not admitted, and then cost only that.
 extern std::atomic<LogLevel> g_threshold;
 
+/// Returns the stream of one message of `level`; a dead one, at once, when the level is not admitted.
 inline LogStream StreamOf(LogLevel level) {
   return g_threshold.load(std::memory_order_relaxed) < level ? LogStream(level) : Dynamic(level);
 }
