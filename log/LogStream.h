@@ -51,7 +51,7 @@ class LogStream {
     std::ostringstream text;
   };
 
-  /// Gives the message to its sink, which does not throw.
+  /// Gives the message to its sink. An exception that escapes ends the process.
   void Send() noexcept;
 
   // A dead stream is a null pointer, which the compiler sees through: its insertions vanish.
