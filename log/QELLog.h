@@ -43,6 +43,7 @@ namespace Detail {
 extern std::atomic<LogLevel> g_threshold;
 
 /// Returns the stream of one message of `level`; a dead one, at once, when the level is not admitted.
+/// Returns the stream of one message of `level`, which is no Secret.
 inline LogStream StreamOf(LogLevel level) {
   return g_threshold.load(std::memory_order_relaxed) < level ? LogStream(level) : Dynamic(level);
 }
