@@ -41,12 +41,16 @@ ChildEnvironment RealCard::Environment() const {
   // Foundation leaks by design, which is not what is tested here.
   std::string sanitizer = "detect_leaks=0";
   if (const char* more = getenv("ASAN_OPTIONS")) sanitizer += std::string(":") + more;
+  // A sanitizer's program that names functions would be a process of the extension's own, which the sandbox refuses.
+  std::string threads = "external_symbolizer_path=";
+  if (const char* more = getenv("TSAN_OPTIONS")) threads += std::string(":") + more;
   // The readers of this machine are none of the test's, unless the test has a service of its own.
   const char* const service = getenv("PCSCLITE_CSOCK_NAME");
   return {{"HOME", Path("home")},
           {"QEL_SOFTCARD_DIR", Path("cards")},
           {"PCSCLITE_CSOCK_NAME", service ? service : Path("no-service")},
-          {"ASAN_OPTIONS", sanitizer}};
+          {"ASAN_OPTIONS", sanitizer},
+          {"TSAN_OPTIONS", threads}};
 }
 
 ChildResult RealCard::SoftCard(const std::vector<std::string>& arguments) const {
