@@ -94,9 +94,10 @@ std::vector<Frame> FramesOf(const Image& image) {
 
 const void* FullEntries(const Image& image) {
   const Section section = image.Find("__eh_frame");
+  if (section.start == nullptr) return nullptr;
   const uint8_t* const end = section.start + section.size;
   constexpr uint8_t kEnd[sizeof(uint32_t)] = {};
-  if (section.start != nullptr && (!image.Holds(end + sizeof kEnd) || std::memcmp(end, kEnd, sizeof kEnd) != 0))
+  if (!image.Holds(end + sizeof kEnd) || std::memcmp(end, kEnd, sizeof kEnd) != 0)
     throw Unusable("behind __eh_frame is not the zero that ends it for this system's unwinder");
   return section.start;
 }
