@@ -22,9 +22,9 @@ namespace {
 NSString *InstanceID(const CK_TOKEN_INFO &info) {
   const auto &serial = info.serialNumber;
   // Not left to the decoding, which makes other letters of such bytes on some systems.
-  if (std::all_of(std::begin(serial), std::end(serial), [](CK_BYTE byte) { return byte < 0x80; })) {
-    return [@"QEL-" stringByAppendingString:TextOfPaddedField(serial, sizeof serial, NSASCIIStringEncoding)];
-  }
+  const bool isASCII = std::all_of(std::begin(serial), std::end(serial), [](CK_BYTE byte) { return byte < 0x80; });
+  NSString *text = isASCII ? TextOfPaddedField(serial, sizeof serial, NSASCIIStringEncoding) : nil;
+  if (text != nil) return [@"QEL-" stringByAppendingString:text];
   NSMutableString *instanceID = [NSMutableString stringWithString:@"QEL-"];
   for (const CK_BYTE byte : serial) [instanceID appendFormat:@"%02X", byte];
   return instanceID;

@@ -21,8 +21,9 @@ static CGFloat HeightOf(NSTextField *field, CGFloat width) {
 - (void)addText:(NSString *)text bold:(BOOL)bold colour:(NSColor *)colour {
   NSTextField *field = [[[NSTextField alloc] initWithFrame:NSMakeRect(0, 0, 0, 0)] autorelease];
   [field setStringValue:text];
-  if (bold) {
-    [field setFont:[[NSFontManager sharedFontManager] convertFont:[field font] toHaveTrait:NSBoldFontMask]];
+  NSFont *font = [field font];
+  if (bold && font != nil) {
+    [field setFont:[[NSFontManager sharedFontManager] convertFont:font toHaveTrait:NSBoldFontMask]];
   }
   [field setTextColor:colour];
   [field setEditable:NO];

@@ -140,7 +140,11 @@ static const CGFloat kGap = 10;
   NSSavePanel *panel = [NSSavePanel savePanel];
   NSString *day = [QELTimeText([NSDate date]) substringToIndex:10];
   [panel setNameFieldStringValue:[NSString stringWithFormat:@"QELToken support %@.txt", day]];
-  if ([panel runModal] != kSaved || [self writeSupportReportTo:[[panel URL] path]]) {
+  if ([panel runModal] != kSaved) {
+    return;
+  }
+  NSString *path = [[panel URL] path];
+  if (path != nil && [self writeSupportReportTo:path]) {
     return;
   }
   NSAlert *alert = [[[NSAlert alloc] init] autorelease];

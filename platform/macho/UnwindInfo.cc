@@ -88,8 +88,7 @@ class Reader {
 
 std::vector<Frame> FramesOf(const Image& image) {
   const Section section = image.Find("__unwind_info");
-  if (section.start == nullptr) return {};
-  return Reader(image, section).Frames();
+  return section.start == nullptr ? std::vector<Frame>() : Reader(image, section).Frames();
 }
 
 const void* FullEntries(const Image& image) {
