@@ -4,6 +4,8 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "tests/integration/RealCard.h"
 
 using testing::HasSubstr;
