@@ -41,6 +41,19 @@ std::vector<std::string> EnvironmentWith(const ChildEnvironment& changes) {
   return result;
 }
 
+/// A pipe that no program inherits: one that another thread starts meanwhile, and that lives longer, would keep it
+/// open.
+std::array<int, 2> Pipe() {
+  std::array<int, 2> ends{};
+#ifdef __linux__
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+#else
+  if (pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
+  for (const int end : ends) fcntl(end, F_SETFD, FD_CLOEXEC);
+#endif
+  return ends;
+}
+
 void ReadBoth(int output, int errors, ChildResult& result) {
   std::array<pollfd, 2> ends{{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
   while (ends[0].fd >= 0 || ends[1].fd >= 0) {
@@ -67,14 +80,11 @@ ChildResult RunChild(const std::string& program, const std::vector<std::string>&
   command.insert(command.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = EnvironmentWith(environment);
 
-  int output[2];
-  int errors[2];
-  if (pipe(output) != 0 || pipe(errors) != 0) throw std::runtime_error("no pipe");
+  const auto output = Pipe(), errors = Pipe();
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, errors[1], STDERR_FILENO);
-  for (const int end : {output[0], output[1], errors[0], errors[1]}) posix_spawn_file_actions_addclose(&actions, end);
 
   pid_t child = 0;
   const int failure =
