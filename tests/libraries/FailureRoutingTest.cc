@@ -46,6 +46,15 @@ TEST_F(FailureRoutingTest, TheTokenThatStartedTheTokenLogFailsIntoIt) {
   EXPECT_EQ(TokenLogWith("Failed to initialize"), Texts{kTokenLogLine});
 }
 
+TEST_F(FailureRoutingTest, OnlyTheFirstTokenOfTheProcessStartsTheTokenLog) {
+  SwitchTokenLogOn();
+  const Texts failing = FailingToken("token");
+  Texts actions = {"token", "token", "keep"};
+  EXPECT_EQ(Only("token log", Run("complete", actions)), Texts{"token log started"});
+  actions.insert(actions.begin(), failing.begin(), failing.end());
+  EXPECT_EQ(Only("token log", Run("complete", actions)), Texts{"token log started"}) << "also when it fails";
+}
+
 TEST_F(FailureRoutingTest, EveryLaterTokenFailsIntoTheSystemLog) {
   SwitchTokenLogOn();
   Texts actions = FailingToken("token");

@@ -20,6 +20,7 @@
 #include <dlfcn.h>
 
 #include "log/QELLog.h"
+#include "log/TokenLog.h"
 #include "pkcs11/QELTokenException.h"
 #include "pkcs11/TarnwellPkcs11Module.h"
 #import "platform/testing/TKTesting.h"
@@ -74,7 +75,10 @@ QELToken *MakeToken(NSError **error) {
   TKSmartCardSlot *slot = [TKSmartCardSlot slotWithName:@"Example Reader 0"];
   TKSmartCard *card = [[[TKSmartCard alloc] initWithSlot:slot] autorelease];
   QELTokenDriver *driver = [[[QELTokenDriver alloc] init] autorelease];
-  return (QELToken *)[driver tokenDriver:driver createTokenForSmartCard:card AID:nil error:error];
+  const LogClient *const before = QELTok::TokenLogClient();
+  auto *token = (QELToken *)[driver tokenDriver:driver createTokenForSmartCard:card AID:nil error:error];
+  if (QELTok::TokenLogClient() != before) std::puts("token log started");
+  return token;
 }
 
 void TellToken(QELToken *token, NSError *error) {

@@ -22,11 +22,12 @@ TEST(OSLog, AnErrorIsWrittenWithItsType) {
   EXPECT_EQ(log.Lines().front().text, "C_Initialize => 0x00000030");
 }
 
-TEST(OSLog, AnObjectIsWrittenWithAndWithoutAnnotation) {
+TEST(OSLog, AnObjectOrATextIsWrittenOnlyWhereItIsAnnotatedAsPublic) {
   const Captured log;
-  os_log_error(OS_LOG_DEFAULT, "%{public}@ and %@", @"one", @"two");
-  os_log_error(OS_LOG_DEFAULT, "100%%{kept} %{public}d", 5);
-  EXPECT_EQ(log.Texts(), (Texts{"one and two", "100%{kept} 5"}));
+  os_log_error(OS_LOG_DEFAULT, "%{public}@, %@, %{private}@ and %d", @"one", @"two", @"three", 4);
+  os_log_error(OS_LOG_DEFAULT, "%{public}s, %s and %{public}s", "one", "two", "three");
+  os_log_error(OS_LOG_DEFAULT, "100%%{kept} %{public}d %lx%%", 5, 6UL);
+  EXPECT_EQ(log.Texts(), (Texts{"one, <private>, <private> and 4", "one, <private> and three", "100%{kept} 5 6%"}));
 }
 
 TEST(OSLog, EveryMacroHasItsType) {

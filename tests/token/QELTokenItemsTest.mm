@@ -123,6 +123,7 @@ class QELTokenItems : public TokenTest {
                                     "Loading content from QEL-00A1B2C3 [slot 7]",
                                     "keychain contents filled from card from reader Example Reader 0"}));
     EXPECT_EQ(m_log.Lines().size(), 4u);
+    EXPECT_EQ(SystemLogOfTheToken(), Texts{});
   }
 
   /// What a key item offers, with its constraints: "sign login decrypt exchange {2,3,4}".
@@ -138,6 +139,7 @@ class QELTokenItems : public TokenTest {
       if ([key canPerformKeyExchange]) text += "exchange ";
       text += "{";
       for (NSNumber *operation in [[[key constraints] allKeys] sortedArrayUsingSelector:@selector(compare:)]) {
+        EXPECT_TRUE([operation isKindOfClass:[NSNumber class]]);
         EXPECT_STREQ([[[key constraints] objectForKey:operation] UTF8String], "PINAlways");
         text += [[operation description] UTF8String];
       }
@@ -261,6 +263,20 @@ TEST_F(QELTokenItems, ConstraintsThatThePlatformSetOnACertificateItemStay) {
   }
 }
 
+TEST_F(QELTokenItems, AnIdOfAnyLengthAndBytesIsKeptWhole) {
+  for (const size_t length : {1, 2, 20, 21, 32, 33, 64, 255, 256}) {
+    ByteString keyID;
+    for (size_t i = 0; i < length; ++i) keyID.push_back(static_cast<CK_BYTE>(i * 7));  // zero bytes among them
+    std::string digits;
+    @autoreleasepool {
+      digits = HexOf(Data(keyID));
+    }
+    EXPECT_EQ(Published(Holding({UserCertificate(1, keyID, "certificate", TestCertificates::Rsa()),
+                                 PublicKeyObject(2, keyID, "key", CKK_RSA)})),
+              (Texts{"certificate 11" + digits, "key 12" + digits}));
+  }
+}
+
 TEST_F(QELTokenItems, AnEmptyIdIsThePrefixAlone) {
   EXPECT_EQ(Published(Holding({UserCertificate(1, {}, "certificate", TestCertificates::Rsa()),
                                PublicKeyObject(2, {}, "key", CKK_RSA)})),
@@ -304,6 +320,15 @@ TEST_F(QELTokenItems, AnEmptyLabelIsALabel) {
       Holding({UserCertificate(1, {0x01}, "", TestCertificates::Rsa("Name")), PublicKeyObject(2, {0x01}, "", CKK_RSA)});
   EXPECT_EQ(Published(slots), (Texts{"certificate 1101", "key 1201"}));
   EXPECT_EQ(Labels(slots), (Texts{" (Name)", " (Name)"}));
+}
+
+TEST_F(QELTokenItems, LabelsStandAsTheCardHasThem) {
+  for (const std::string label : {" blanks at both ends ", "\tand tabs\n", "e\xCC\x81 decomposed", "\xC3\xA9 composed",
+                                  "Name", "%@ %s %d", "(Name)", "SHOUTED"}) {
+    EXPECT_EQ(Labels(Holding({UserCertificate(1, {0x01}, label, TestCertificates::Rsa("Name")),
+                              PublicKeyObject(2, {0x01}, label, CKK_RSA)})),
+              (Texts{label + " (Name)", label + " (Name)"}));
+  }
 }
 
 TEST_F(QELTokenItems, LabelsAreTheCardsNamesBeforeTheSubjects) {

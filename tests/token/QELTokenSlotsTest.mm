@@ -75,6 +75,7 @@ INSTANTIATE_TEST_SUITE_P(, QELTokenSlotMatching, ::testing::Values(
   Matching{"InvalidUtf8IsNoFailure", @"Example Reader 0", {"\xC3\x28", "Example Reader 0"}, {2}},
   Matching{"NotALetterCutByTheEndOfTheDescription", @"Reader", {"Reader " + std::string(56, '.') + "\xC3\xA9"}, {}},
   Matching{"TheNameBeforeAZeroByte", @"Example Reader 0", {std::string("Example Reader 0\0rest", 21)}, {1}},
+  Matching{"TheNameBehindAZeroByte", @"Example Reader 0", {std::string("ACME\0Example Reader 0", 21)}, {1}},
   Matching{"NoDescription", @"Example Reader 0", {""}, {}},
   Matching{"NoName", @"", {"Example Reader 0", ""}, {}}
 ), [](const auto &info) { return std::string(info.param.name); });

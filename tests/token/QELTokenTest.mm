@@ -130,6 +130,10 @@ TEST_F(QELTokenConstruction, ASerialNumberThatFillsItsFieldIsUsedWhole) {
 
 TEST_F(QELTokenConstruction, ASerialNumberThatIsNotAsciiStandsInHexadecimal) {
   EXPECT_EQ(InstanceIDForSerialNumber("00A1\xFC"), "QEL-30304131FC2020202020202020202020");
+  EXPECT_EQ(InstanceIDForSerialNumber("\x80"), "QEL-80202020202020202020202020202020") << "the first byte beyond ASCII";
+  EXPECT_EQ(InstanceIDForSerialNumber("\x01\x0A\t456789ABCDE\xAB\xFF"), "QEL-010A093435363738394142434445ABFF")
+      << "the last byte";
+  EXPECT_EQ(InstanceIDForSerialNumber("\x01~\x7F"), "QEL-\x01~\x7F") << "all ASCII";
 }
 
 TEST_F(QELTokenConstruction, OpensASessionOnEverySlotOfTheReaderInTheirOrder) {

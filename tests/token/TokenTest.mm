@@ -46,8 +46,8 @@ std::vector<FakeSlot> TokenTest::ThreeSlots() {
           slot(3, {0x0A}, "\u7b7e\u540d", "\u05de\u05e4\u05ea\u05d7"),
           FakeSlot{4, ""},
           slot(0x100000003, {0x0A}, "\u0627\u0644\u062a\u0648\u0642\u064a\u0639", "\u041a\u043b\u044e\u0447"),
-          FakeSlot{0, "Example Reader 1"},
-          slot(1, {0x0C}, "\U0001F511 e\u0301", "\u00e9")};
+          FakeSlot{1, "Example Reader 1"},
+          slot(0, {0x0C}, "\U0001F511 e\u0301", "\u00e9")};
 }
 
 TKSmartCard *TokenTest::SmartCard(NSString *reader) {

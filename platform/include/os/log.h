@@ -43,8 +43,9 @@ void qel_os_log_write(os_log_t log, os_log_type_t type, const char* format, ...)
 #define OS_LOG_DEFAULT qel_os_log_default()
 #define OS_LOG_DISABLED ((os_log_t)0)
 
-/// Writes a message. `format` is a string literal with the specifiers of printf and `%@` for an object; `%{public}` and
-/// other annotations are accepted and removed. The arguments are evaluated only when `type` is enabled. Any thread.
+/// Writes a message. `format` is a string literal with the specifiers of printf and `%@` for an object, and annotations
+/// in braces: an object or a text that is not `%{public}` is written as "<private>". The arguments are evaluated only
+/// when `type` is enabled. Any thread.
 #define os_log_with_type(log, type, format, ...)                     \
   __extension__({                                                    \
     const os_log_t qel_log = (log);                                  \

@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <atomic>
+#include <string>
 
 #import "platform/src/os/LogHooks.h"
 #import "platform/src/os/OS_os_log.h"
@@ -26,21 +27,29 @@ void WriteToSystem(os_log_type_t type, const char *text) {
 std::atomic<QELLogPredicate> s_predicate{IsEnabledByDefault};
 std::atomic<QELLogSink> s_sink{WriteToSystem};
 
-/// The format that Foundation understands: without the annotation in braces after a percent sign.
-NSString *WithoutAnnotations(const char *format) {
-  NSMutableData *plain = [NSMutableData dataWithCapacity:strlen(format)];
+/// The length of the annotation in braces at the beginning of `text`, 0 when there is none.
+size_t AnnotationLength(const char *text) {
+  const char *end = *text == '{' ? strchr(text, '}') : nullptr;
+  return end ? end + 1 - text : 0;
+}
+
+/// The format that Foundation understands: without the annotations in braces after percent signs. An object or a text
+/// that is not annotated as public is shown as "<private>"; its argument is passed over.
+NSString *FoundationFormat(const char *format) {
+  std::string plain;
   while (*format) {
-    [plain appendBytes:format length:1];
-    const char *next = format + 1;
-    if (*format == '%' && *next == '%') {
-      [plain appendBytes:next length:1];
-      ++next;
-    } else if (*format == '%' && *next == '{' && strchr(next, '}')) {
-      next = strchr(next, '}') + 1;
+    plain += *format;
+    if (*format++ != '%') continue;
+    const std::string annotation(format, AnnotationLength(format));
+    format += annotation.size();
+    if ((*format == '@' || *format == 's') && annotation.find("public") == std::string::npos) {
+      plain += ".0s<private>";
+      ++format;
+    } else if (*format == '%') {
+      plain += *format++;
     }
-    format = next;
   }
-  return [[[NSString alloc] initWithData:plain encoding:NSUTF8StringEncoding] autorelease];
+  return [NSString stringWithUTF8String:plain.c_str()];
 }
 
 }  // namespace
@@ -74,7 +83,7 @@ void qel_os_log_write(os_log_t log, os_log_type_t type, const char *format, ...)
   @autoreleasepool {
     va_list arguments;
     va_start(arguments, format);
-    NSString *text = [[[NSString alloc] initWithFormat:WithoutAnnotations(format) arguments:arguments] autorelease];
+    NSString *text = [[[NSString alloc] initWithFormat:FoundationFormat(format) arguments:arguments] autorelease];
     va_end(arguments);
     atomic_load (&s_sink)(type, [text UTF8String]);
   }
