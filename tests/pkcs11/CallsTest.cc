@@ -27,6 +27,10 @@ TEST(FormatValueTest, AFormatThatGivesNothingGivesTheEmptyText) {
   EXPECT_EQ(PKCS11::FormatValue("", 1), "");
 }
 
+TEST(FormatValueTest, AFormatThatIsRefusedGivesTheEmptyText) {
+  EXPECT_EQ(PKCS11::FormatValue("%lc", 0x110000), "") << "no character has that number";
+}
+
 TEST(CallResultTest, ASuccessIsNotLogged) {
   CapturedLog log;
   EXPECT_TRUE(PKCS11::Succeeded("C_Sign", CKR_OK));

@@ -35,4 +35,14 @@ TEST(LiveObjects, ALeftOverObjectFailsTheTest) {
   [leftOver release];
 }
 
+TEST(ObjectsLeftBehind, AreThoseOfEveryClassThatNobodyReleased) {
+  EXPECT_EQ(ObjectsLeftBehind([] { [[[CountedObject alloc] init] autorelease]; }), 0);
+  NSMutableArray *kept = [NSMutableArray array];
+  EXPECT_EQ(ObjectsLeftBehind([&] {
+              [kept addObject:[[[CountedObject alloc] init] autorelease]];
+              [kept addObject:[NSMutableString stringWithString:@"text"]];
+            }),
+            20);
+}
+
 }  // namespace

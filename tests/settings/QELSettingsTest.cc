@@ -234,6 +234,17 @@ TEST_F(Settings, AReleasedInstanceFreesBothDictionaries) {
   EXPECT_EQ(Ask({"release", "1"}), "0 of 2 left\n");
 }
 
+TEST_F(Settings, AnInstanceAndATextLeaveNoObjectBehind) {
+  UserFile("[A]\nB = 1\n");
+  MachineFile("[A]\nC = 1\n");
+  EXPECT_EQ(Ask({"objects"}), "0 left\n");
+}
+
+TEST_F(Settings, AMessageForWhichNSLogRaisesLeavesNoObjectBehind) {
+  EXPECT_EQ(Ask({"complaints that raise"}), "10 left\n") << "one each that NSLogv itself forgets";
+  EXPECT_NE(m_systemLog.find("system log, error: complaint 7 about a file\n"), std::string::npos);
+}
+
 TEST_F(Settings, AReleasedInstanceWithoutFilesFreesNothing) {
   EXPECT_EQ(Ask({"release", "1"}), "0 of 0 left\n");
 }

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/testing/LiveObjectCount.h"
 #include "settings/QELSettings.h"
 #include "tests/support/SystemLogLines.h"
 
@@ -53,6 +54,11 @@ const char *Take(char **&argument) {
   return *argument++;
 }
 
+/// What NSLog meets where it cannot write.
+void RaiseInsteadOfWriting(NSString *) {
+  [NSException raise:NSGenericException format:@"no place to write to"];
+}
+
 void Answer(const std::string &question, char **&argument) {
   QELSettings *const settings = [QELSettings getGlobalSettings];
   if (question == "load") {
@@ -76,6 +82,17 @@ void Answer(const std::string &question, char **&argument) {
     const size_t loaded = g_live.size();
     [own release];
     printf("%zu of %zu left\n", g_live.size(), loaded);
+  } else if (question == "objects") {
+    const long left = ObjectsLeftBehind([settings] {
+      QELSettings *const own = [[QELSettings alloc] init];
+      [own loadSettings];
+      [own release];
+      [settings getString:"Section:No key of that name" def:"text"];
+    });
+    printf("%ld left\n", left);
+  } else if (question == "complaints that raise") {
+    _NSLog_printf_handler = RaiseInsteadOfWriting;
+    printf("%ld left\n", ObjectsLeftBehind([] { log_iniparser_error("complaint %d about %s", 7, "a file"); }));
   } else if (question == "instances") {
     std::vector<QELSettings *> seen(8);
     std::vector<std::thread> threads;
