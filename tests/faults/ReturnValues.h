@@ -9,7 +9,7 @@ struct ReturnValue {
   CK_RV value;
 };
 
-/// Every failing return value that the standard's header names, and one of a vendor's own.
+/// Every failing return value that the standard's header names, and others that only resemble one of them.
 inline constexpr ReturnValue kReturnValues[] = {
     {"CKR_ACTION_PROHIBITED", CKR_ACTION_PROHIBITED},
     {"CKR_ARGUMENTS_BAD", CKR_ARGUMENTS_BAD},
@@ -104,6 +104,10 @@ inline constexpr ReturnValue kReturnValues[] = {
     {"CKR_WRAPPING_KEY_SIZE_RANGE", CKR_WRAPPING_KEY_SIZE_RANGE},
     {"CKR_WRAPPING_KEY_TYPE_INCONSISTENT", CKR_WRAPPING_KEY_TYPE_INCONSISTENT},
     {"a vendor value", CKR_VENDOR_DEFINED | 0x1234},
+    {"a vendor value that ends like a wrong PIN", CKR_VENDOR_DEFINED | CKR_PIN_INCORRECT},
+    {"no failure but for the upper 32 bits", 0x100000000},
+    {"logged in already but for the upper 32 bits", 0x100000000 | CKR_USER_ALREADY_LOGGED_IN},
+    {"cancelled but for the upper 32 bits", 0x100000000 | CKR_FUNCTION_CANCELED},
 };
 
 }  // namespace Faults

@@ -23,6 +23,13 @@ TEST(FormatValueTest, PrintsASingleCharacter) {
   EXPECT_EQ(PKCS11::FormatValue("%lu", 7), "7");
 }
 
+TEST(FormatValueTest, PrintsTextOfAnyLength) {
+  for (const size_t length : {15, 16, 62, 63, 64, 127, 128, 255, 256, 1023, 5000}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(PKCS11::FormatValue((text + "%lu").c_str(), 7), text + "7");
+  }
+}
+
 TEST(FormatValueTest, AFormatThatGivesNothingGivesTheEmptyText) {
   EXPECT_EQ(PKCS11::FormatValue("", 1), "");
 }
@@ -43,6 +50,13 @@ TEST(CallResultTest, AFailureIsLoggedAtTheLevelThatIsAskedFor) {
   EXPECT_FALSE(PKCS11::Succeeded("C_Sign", CKR_DATA_INVALID));
   EXPECT_FALSE(PKCS11::Succeeded("C_Other", CKR_DATA_INVALID, QELLog::LogLevel::Info));
   EXPECT_EQ(log.Lines(), (LogLines{{kError, "C_Sign() => 0x00000020"}, {kInfo, "C_Other() => 0x00000020"}}));
+}
+
+TEST(CallResultTest, AValueBeyond32BitsIsAFailureAndPrintedWhole) {
+  CapturedLog log;
+  EXPECT_FALSE(PKCS11::Succeeded("C_Sign", 0x100000000));
+  EXPECT_FALSE(PKCS11::Succeeded("C_Sign", 0xFFFFFFFF00000030));
+  EXPECT_EQ(log.Errors(), (Texts{"C_Sign() => 0x100000000", "C_Sign() => 0xFFFFFFFF00000030"}));
 }
 
 TEST(CallResultTest, AFailureIsLoggedBeforeItIsThrown) {

@@ -124,6 +124,19 @@ TEST_F(FindObjectsTest, ByIdTheFirstOfAllBatchesIsTakenAndTheSearchRunToItsEnd) 
   EXPECT_EQ(PKCS11::FindFirstByID(kSession, CKO_PRIVATE_KEY, &id, 1), 9u);
 }
 
+TEST_F(FindObjectsTest, HandlesAreTakenAsTheyComeEvenTwiceAndZero) {
+  ScriptedCard card(TestCard::Search({9, 9, 0, 4, 9}));
+  EXPECT_EQ(Find(), (Objects{9, 9, 0, 4, 9}));
+}
+
+TEST_F(FindObjectsTest, ByIdTheFirstIsTakenWhateverItsNumber) {
+  for (const CK_OBJECT_HANDLE first : {CK_OBJECT_HANDLE{0}, CK_OBJECT_HANDLE{9}, ~CK_OBJECT_HANDLE{0}}) {
+    ScriptedCard card(TestCard::Search({first, 4, 10}));
+    const CK_BYTE id = 0x12;
+    EXPECT_EQ(PKCS11::FindFirstByID(kSession, CKO_PRIVATE_KEY, &id, 1), first);
+  }
+}
+
 TEST_F(FindObjectsTest, ByAnEmptyIdHasAByteToPointTo) {
   const auto check = [](Call& call) {
     ASSERT_EQ(call.attributeCount, 2u);

@@ -190,14 +190,20 @@ TEST_P(EveryValueReader, AnAttributeThatTheCardLacksHasNoDefault) {
 }
 
 TEST_F(ObjectTest, AnyCapabilityByteButZeroIsTrue) {
-  ScriptedCard card({{"C_GetAttributeValue", CKR_OK, Value({0xFF})}, {"C_GetAttributeValue", CKR_OK, Value({0x80})}});
-  EXPECT_TRUE(On<PKCS11::PublicKey>().CanVerify());
-  EXPECT_TRUE(On<PKCS11::PublicKey>().CanEncrypt());
+  for (int byte = 0; byte <= 0xFF; ++byte) {
+    const auto value = Value({static_cast<CK_BYTE>(byte)});
+    ScriptedCard card({{"C_GetAttributeValue", CKR_OK, value}, {"C_GetAttributeValue", CKR_OK, value}});
+    EXPECT_EQ(On<PKCS11::PublicKey>().CanVerify(), byte != 0) << byte;
+    EXPECT_EQ(On<PKCS11::PublicKey>().CanEncrypt(), byte != 0) << byte;
+  }
 }
 
 TEST_F(ObjectTest, OnlyTheEcKeyTypeIsEc) {
-  ScriptedCard card({{"C_GetAttributeValue", CKR_OK, Value(Number(CKK_DSA, sizeof(CK_ULONG)))},
-                     {"C_GetAttributeValue", CKR_OK, Value(Number(0x100 + CKK_EC, sizeof(CK_ULONG)))}});
-  EXPECT_FALSE(On<PKCS11::PublicKey>().IsEC());
-  EXPECT_FALSE(On<PKCS11::PublicKey>().IsEC());
+  const std::vector<CK_KEY_TYPE> others = {
+      CKK_RSA,     CKK_DSA,        CKK_DH, 4, 0x40, 0x41, 0x103, 0x10003, CKK_VENDOR_DEFINED | CKK_EC,
+      0x100000003, ~CK_KEY_TYPE{0}};
+  for (const CK_KEY_TYPE type : others) {
+    ScriptedCard card({{"C_GetAttributeValue", CKR_OK, Value(Number(type, sizeof(CK_ULONG)))}});
+    EXPECT_FALSE(On<PKCS11::PublicKey>().IsEC()) << type;
+  }
 }

@@ -40,7 +40,14 @@ TEST_F(SessionTest, OnlyTheTwoUserStatesAreALogin) {
                                                        {CKS_RO_USER_FUNCTIONS, true},
                                                        {CKS_RW_PUBLIC_SESSION, false},
                                                        {CKS_RW_USER_FUNCTIONS, true},
-                                                       {CKS_RW_SO_FUNCTIONS, false}};
+                                                       {CKS_RW_SO_FUNCTIONS, false},
+                                                       {5, false},
+                                                       {7, false},
+                                                       {0x101, false},
+                                                       {0x80000001, false},
+                                                       {0x100000001, false},
+                                                       {0x100000003, false},
+                                                       {~CK_STATE{0}, false}};
   for (const auto& [state, loggedIn] : rows) {
     ScriptedCard card({{"C_GetSessionInfo", CKR_OK, State(state)}});
     EXPECT_EQ(PKCS11::IsUserLoggedIn(17), loggedIn) << state;

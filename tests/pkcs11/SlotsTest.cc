@@ -17,6 +17,16 @@ TEST_F(SlotListTest, AsksForTheCountThenForAllSlotsWithOrWithoutAToken) {
             (Texts{"C_GetSlotList tokenPresent=0 output=?", "C_GetSlotList tokenPresent=0 output=buffer"}));
 }
 
+TEST_F(SlotListTest, TheSlotsAreTheLibrarysInItsOrderEvenTwice) {
+  ScriptedCard card({{"C_GetSlotList", CKR_OK, SlotCount(5)}, {"C_GetSlotList", CKR_OK, Slots({9, 4, 4, 0, 9})}});
+  EXPECT_EQ(PKCS11::SlotList(), (SlotIDs{9, 4, 4, 0, 9}));
+}
+
+TEST_F(SlotListTest, TheListIsZeroBeforeTheLibraryFillsIt) {
+  ScriptedCard card({{"C_GetSlotList", CKR_OK, SlotCount(2)}, {"C_GetSlotList"}});
+  EXPECT_EQ(PKCS11::SlotList(), (SlotIDs{0, 0}));
+}
+
 TEST_F(SlotListTest, TheCountOfTheSecondCallHolds) {
   ScriptedCard card({{"C_GetSlotList", CKR_OK, SlotCount(3)}, {"C_GetSlotList", CKR_OK, Slots({9, 4})}});
   EXPECT_EQ(PKCS11::SlotList(), (SlotIDs{9, 4}));

@@ -85,13 +85,28 @@ TEST_F(KeyboardLogin, OperationIsGivenTheCardAndNoApduTemplateOnPurpose) {
   EXPECT_EQ(s_told, (Texts{"smart card", "no APDU template"}));
 }
 
-TEST_F(KeyboardLogin, NeitherOperationNorConstraintIsLookedAt) {
+TEST_F(KeyboardLogin, NeitherOperationNorConstraintNorTheNamedSessionIsLookedAt) {
   NSError *error = UntouchedError();
-  for (const TKTokenOperation operation : {TKTokenOperationNone, TKTokenOperationPerformKeyExchange}) {
-    EXPECT_NE([m_session tokenSession:m_session beginAuthForOperation:operation constraint:@"another" error:&error],
-              nil);
+  TKTokenSession *nobody = nil;
+  for (const TKTokenOperation operation :
+       {TKTokenOperationNone, TKTokenOperationReadData, TKTokenOperationSignData, TKTokenOperationDecryptData,
+        TKTokenOperationPerformKeyExchange, static_cast<TKTokenOperation>(99)}) {
+    for (TKTokenOperationConstraint constraint : {(id) @"PINAlways", (id) @"another", (id) @"", (id)nil}) {
+      auto *begun = (QELAuthOperation *)[m_session tokenSession:nobody
+                                          beginAuthForOperation:operation
+                                                     constraint:constraint
+                                                          error:&error];
+      EXPECT_EQ([begun session], m_session);
+    }
   }
   EXPECT_EQ(error, UntouchedError());
+}
+
+TEST_F(KeyboardLogin, EveryTimeAnOperationOfItsOwnBegins) {
+  QELAuthOperation *another = Begun<QELAuthOperation>(m_session);
+  EXPECT_NE(another, m_operation);
+  [m_operation setPIN:@"1234"];
+  EXPECT_EQ([another PIN], nil);
 }
 
 TEST_F(KeyboardLogin, OperationKeepsItsSessionAlive) {

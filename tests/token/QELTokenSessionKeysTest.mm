@@ -34,6 +34,15 @@ TEST_F(QELTokenSessionKeysOnTwoSlots, ThePrefixSelectsThePair) {
   EXPECT_EQ(Selected({0xE2}, 0), 1u);
 }
 
+TEST_F(QELTokenSessionKeysOnTwoSlots, OfEveryPrefixTheTwoBitsAloneCount) {
+  for (int prefix = 0; prefix <= 0xFF; ++prefix) {
+    for (const NSUInteger before : {0u, 1u}) {
+      const NSUInteger other = (prefix & 0x20) != 0 ? 1 : before;
+      EXPECT_EQ(Selected({prefix, 0x30}, before), (prefix & 0x10) != 0 ? 0 : other) << prefix;
+    }
+  }
+}
+
 class QELTokenSessionKeysOnThreeSlots : public SessionTest {
  protected:
   QELTokenSessionKeysOnThreeSlots() : SessionTest(ThreeSlots()) {}

@@ -75,11 +75,17 @@ TEST_F(QELTokenSessionSigning, BothSignCallsGetTheSamePayload) {
 }
 
 TEST_F(QELTokenSessionSigning, DigestsAreSignedWholeHoweverTheyBegin) {
-  const Bytes digest = {0x00, 0x02, 0xFF, 0x00, 0x01};
-  for (const SecKeyAlgorithm algorithm :
-       {kSecKeyAlgorithmRSASignatureDigestPSSSHA256, kSecKeyAlgorithmECDSASignatureDigestX962}) {
-    Sign(Data(digest), Algorithm({algorithm}));
-    EXPECT_EQ(m_card.signedData, digest) << [(NSString *)algorithm UTF8String];
+  Bytes longBlock(48, 0xFF);
+  longBlock[0] = 0x00;
+  longBlock[1] = 0x01;
+  longBlock[32] = 0x00;
+  for (const Bytes &digest : {Bytes{0x00, 0x02, 0xFF, 0x00, 0x01}, BytesOf(Block()), longBlock, Bytes(32, 0x00)}) {
+    for (const SecKeyAlgorithm algorithm :
+         {kSecKeyAlgorithmRSASignatureDigestPSSSHA256, kSecKeyAlgorithmRSASignatureDigestPSSSHA384,
+          kSecKeyAlgorithmRSASignatureDigestPSSSHA512, kSecKeyAlgorithmECDSASignatureDigestX962}) {
+      Sign(Data(digest), Algorithm({algorithm}));
+      EXPECT_EQ(m_card.signedData, digest) << [(NSString *)algorithm UTF8String];
+    }
   }
 }
 

@@ -161,6 +161,40 @@ TEST_F(QELTokenSessionSupport, TheOnlySlotIsAskedForTheDerivationWhateverTheAlgo
   EXPECT_EQ(m_card.Calls(), Texts{"C_GetMechanismInfo slot=7 mechanism=0x1050"});
 }
 
+TEST_F(QELTokenSessionSupport, TheSlotIsNotAskedAboutAKeyThatDoesNotExchange) {
+  EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, RsaKey(), X963Sha1()));
+  [Item(RsaKey()) setCanPerformKeyExchange:YES];
+  EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, RsaKey(), X963Sha1()));
+  [Item(EcKey()) setCanPerformKeyExchange:NO];
+  EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  EXPECT_EQ(m_card.Calls(), Texts{});
+}
+
+TEST_F(QELTokenSessionSupport, TheSlotIsAskedEachTimeAndItsAnswerCountsThen) {
+  EXPECT_TRUE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  m_card.Slots().front().derivesKeys = false;
+  EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  m_card.Slots().front().derivesKeys = true;
+  EXPECT_TRUE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));
+  EXPECT_EQ(m_card.Count("C_GetMechanismInfo"), 3);
+}
+
+TEST_F(QELTokenSessionSupport, KeyTypesAreComparedAsTexts) {
+  [Item(RsaKey()) setKeyType:[NSMutableString stringWithString:(NSString *)kSecAttrKeyTypeECSECPrimeRandom]];
+  [Item(EcKey()) setKeyType:[NSMutableString stringWithString:(NSString *)kSecAttrKeyTypeRSA]];
+  EXPECT_TRUE(Supports(TKTokenOperationSignData, RsaKey(), Ecdsa()));
+  EXPECT_TRUE(Supports(TKTokenOperationSignData, EcKey(), RawRsa()));
+}
+
+TEST_F(QELTokenSessionSupport, TheReceiverAnswersWhateverSessionIsNamed) {
+  for (TKTokenSession *named : {(TKTokenSession *)nil, (TKTokenSession *)MakeSession(m_token)}) {
+    EXPECT_TRUE([m_session tokenSession:named
+                      supportsOperation:TKTokenOperationSignData
+                               usingKey:RsaKey()
+                              algorithm:RawRsa()]);
+  }
+}
+
 TEST_F(QELTokenSessionSupport, ACardThatDoesNotDeriveSupportsNoKeyExchange) {
   m_card.Slots().front().derivesKeys = false;
   EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));

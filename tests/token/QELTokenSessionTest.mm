@@ -73,6 +73,20 @@ TEST_F(QELTokenSessionCreation, TheLastSlotDecidesAboutThePinPad) {
   EXPECT_TRUE(IsPinPad({false, false, true}));
 }
 
+TEST_F(QELTokenSessionCreation, OfTheTokensFlagsOneAloneTellsOfThePinPad) {
+  FakeCard card(OneSlot());
+  @autoreleasepool {
+    QELToken *token = MakeToken();
+    const auto isPinPad = [&](CK_FLAGS flags) {
+      card.Slots().front().tokenFlags = flags;
+      return [MakeSession(token) isPinPad] != NO;
+    };
+    for (int bit = 0; bit < 64; ++bit) EXPECT_EQ(isPinPad(CK_FLAGS{1} << bit), bit == 8) << bit;
+    EXPECT_TRUE(isPinPad(~CK_FLAGS{0}));
+    EXPECT_FALSE(isPinPad(~CK_FLAGS{CKF_PROTECTED_AUTHENTICATION_PATH}));
+  }
+}
+
 TEST_F(QELTokenSessionCreation, UnreadableTokenInformationGivesNilAndLeavesTheErrorUntouched) {
   for (const int failing : {1, 2}) {
     FakeCard card(TwoSlots());
