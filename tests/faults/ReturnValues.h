@@ -108,6 +108,7 @@ inline constexpr ReturnValue kReturnValues[] = {
     {"no failure but for the upper 32 bits", 0x100000000},
     {"logged in already but for the upper 32 bits", 0x100000000 | CKR_USER_ALREADY_LOGGED_IN},
     {"cancelled but for the upper 32 bits", 0x100000000 | CKR_FUNCTION_CANCELED},
+    {"every bit", ~CK_RV{0}},
 };
 
 }  // namespace Faults

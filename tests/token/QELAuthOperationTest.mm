@@ -86,20 +86,7 @@ TEST_F(KeyboardLogin, OperationIsGivenTheCardAndNoApduTemplateOnPurpose) {
 }
 
 TEST_F(KeyboardLogin, NeitherOperationNorConstraintNorTheNamedSessionIsLookedAt) {
-  NSError *error = UntouchedError();
-  TKTokenSession *nobody = nil;
-  for (const TKTokenOperation operation :
-       {TKTokenOperationNone, TKTokenOperationReadData, TKTokenOperationSignData, TKTokenOperationDecryptData,
-        TKTokenOperationPerformKeyExchange, static_cast<TKTokenOperation>(99)}) {
-    for (TKTokenOperationConstraint constraint : {(id) @"PINAlways", (id) @"another", (id) @"", (id)nil}) {
-      auto *begun = (QELAuthOperation *)[m_session tokenSession:nobody
-                                          beginAuthForOperation:operation
-                                                     constraint:constraint
-                                                          error:&error];
-      EXPECT_EQ([begun session], m_session);
-    }
-  }
-  EXPECT_EQ(error, UntouchedError());
+  ExpectOperationWhateverIsAsked<QELAuthOperation>();
 }
 
 TEST_F(KeyboardLogin, EveryTimeAnOperationOfItsOwnBegins) {
@@ -211,6 +198,22 @@ TEST_F(KeyboardLogin, AnErrorThatTheCallerHadBeforeIsReportedAsItStands) {
             Texts{std::string("NSLog: [CTK] finishWithError success: 0, error: ") + [[error description] UTF8String]});
 }
 
+TEST_F(KeyboardLogin, AnErrorThatTheCallerHadBeforeStandsInTheReportOfASuccessToo) {
+  NSError *error = UntouchedError();
+  LoginWith(@"1234", &error);
+  EXPECT_EQ(SystemLogLines(m_systemLog),
+            Texts{std::string("NSLog: [CTK] finishWithError success: 1, error: ") + [[error description] UTF8String]});
+}
+
+TEST_F(KeyboardLogin, TheFirstCallIsReportedBeforeTheSecondIsMade) {
+  std::vector<size_t> reports;
+  const auto count = [&](Call &) { reports.push_back(m_systemLog.Texts().size()); };
+  const ScriptedCard script({{"C_Login", CKR_PIN_INCORRECT, count}, {"C_Login", CKR_OK, count}});
+  EXPECT_TRUE(LoginWith(@"1234"));
+  EXPECT_EQ(reports, (std::vector<size_t>{0, 1}));
+  EXPECT_EQ(m_systemLog.Texts(), Texts{"[CTK] finishWithError success: 0, error: (null)"});
+}
+
 TEST_F(KeyboardLogin, NoLogHoldsThePin) {
   LoginWith(@"834291");
   LoginWith(@"834291");
@@ -246,6 +249,14 @@ TEST_F(KeyboardLogin, AnExceptionInEitherCallIsLoggedAndReported) {
     EXPECT_EQ(systemLog.Texts().back().rfind("[CTK] Exception in finishWithError: ", 0), 0u);
     EXPECT_NE(systemLog.Texts().back().find("from the card"), std::string::npos);
   }
+}
+
+TEST_F(KeyboardLogin, AnExceptionIsLoggedAsItDescribesItself) {
+  NSException *raised = [NSException exceptionWithName:@"Foreign" reason:@"from the card" userInfo:nil];
+  const ScriptedCard script({{"C_Login", CKR_OK, [&](Call &) { [raised raise]; }}});
+  EXPECT_FALSE(LoginWith(@"1234"));
+  EXPECT_EQ(m_systemLog.Texts(),
+            Texts{std::string("[CTK] Exception in finishWithError: ") + [[raised description] UTF8String]});
 }
 
 TEST_F(KeyboardLogin, AnExceptionWithoutOutPointerIsLoggedAllTheSame) {

@@ -21,6 +21,10 @@ TEST_F(PinPadLogin, OperationAsksForNoPinOnTheComputer) {
   EXPECT_EQ(m_log.Infos(), Texts{"Pin pad reader ready to auth"});
 }
 
+TEST_F(PinPadLogin, NeitherOperationNorConstraintNorTheNamedSessionIsLookedAt) {
+  ExpectOperationWhateverIsAsked<QELPINPadAuthOperation>();
+}
+
 TEST_F(PinPadLogin, OperationKeepsItsSessionAlive) {
   ExpectOperationToKeepItsSession<QELPINPadAuthOperation>();
 }
@@ -44,8 +48,15 @@ TEST_F(PinPadLogin, APinGivenAllTheSameIsSentUnderTheDialog) {
 }
 
 TEST_F(PinPadLogin, SlotTypesChooseTheDialog) {
-  for (const auto &[slotType, shown] :
-       {std::pair{0x80000002UL, "show 8"}, {0x80000003UL, "show 32"}, {0x80000001UL, "show 1"}, {0UL, "show 1"}}) {
+  for (const auto &[slotType, shown] : {std::pair{0x80000002UL, "show 8"},
+                                        {0x80000003UL, "show 32"},
+                                        {0x80000001UL, "show 1"},
+                                        {0x80000004UL, "show 1"},
+                                        {0UL, "show 1"},
+                                        {2UL, "show 1"},
+                                        {3UL, "show 1"},
+                                        {0x180000002UL, "show 1"},
+                                        {0xFFFFFFFF80000003UL, "show 1"}}) {
     const DialogRecorder dialog;
     m_card.Slots().front().slotType = slotType;
     Login();

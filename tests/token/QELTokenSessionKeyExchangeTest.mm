@@ -80,10 +80,25 @@ TEST_F(QELTokenSessionKeyExchange, TemplateHasThreeAttributesOfEightBytesInThisO
                                             {CKA_VALUE_LEN, Ulong(100)}}));
 }
 
-TEST_F(QELTokenSessionKeyExchange, ARequestedSizeOfZeroIsAskedForAsAnyOther) {
-  EXPECT_NE(Agree(PeerKey(), Parameters(0)), nil);
-  ASSERT_EQ(m_card.derivedTemplate.size(), 3u);
-  EXPECT_EQ(m_card.derivedTemplate.back(), std::make_pair(CK_ATTRIBUTE_TYPE{CKA_VALUE_LEN}, CK_ULONG{0}));
+TEST_F(QELTokenSessionKeyExchange, AnyRequestedSizeIsAskedForAndWhatTheCardDerivesIsReturnedWhole) {
+  for (const NSInteger size : {0L, 1L, 16L, 31L, 33L, 64L, 255L, 256L, 65536L, 0x100000020L, NSIntegerMax, -1L}) {
+    EXPECT_EQ(BytesOf(Agree(PeerKey(), Parameters(size))), m_card.derivedValue) << size;
+    ASSERT_EQ(m_card.derivedTemplate.size(), 3u);
+    EXPECT_EQ(m_card.derivedTemplate.back(), std::make_pair(CK_ATTRIBUTE_TYPE{CKA_VALUE_LEN}, CK_ULONG(size)));
+  }
+}
+
+TEST_F(QELTokenSessionKeyExchange, SharedInfoAndPointOfAnyLengthReachTheCardWhole) {
+  for (const size_t length : {1, 16, 33, 65, 97, 133, 255, 256, 1000, 65537}) {
+    Bytes point(length), sharedInfo(length);
+    for (size_t i = 0; i < length; ++i) {
+      point[i] = static_cast<CK_BYTE>(i);
+      sharedInfo[i] = static_cast<CK_BYTE>(i + 7);
+    }
+    ASSERT_NE(Agree(Data(point), Parameters(32, Data(sharedInfo))), nil);
+    EXPECT_EQ(m_card.publicData, Bytes(point.begin() + 1, point.end()));
+    EXPECT_EQ(m_card.sharedData, sharedInfo);
+  }
 }
 
 TEST_F(QELTokenSessionKeyExchange, EveryFirstByteOfThePeersPointIsLeftOut) {

@@ -186,15 +186,6 @@ TEST_F(QELTokenSessionSupport, KeyTypesAreComparedAsTexts) {
   EXPECT_TRUE(Supports(TKTokenOperationSignData, EcKey(), RawRsa()));
 }
 
-TEST_F(QELTokenSessionSupport, TheReceiverAnswersWhateverSessionIsNamed) {
-  for (TKTokenSession *named : {(TKTokenSession *)nil, (TKTokenSession *)MakeSession(m_token)}) {
-    EXPECT_TRUE([m_session tokenSession:named
-                      supportsOperation:TKTokenOperationSignData
-                               usingKey:RsaKey()
-                              algorithm:RawRsa()]);
-  }
-}
-
 TEST_F(QELTokenSessionSupport, ACardThatDoesNotDeriveSupportsNoKeyExchange) {
   m_card.Slots().front().derivesKeys = false;
   EXPECT_FALSE(Supports(TKTokenOperationPerformKeyExchange, EcKey(), X963Sha1()));

@@ -4,6 +4,9 @@
 
 #import "tests/token/TokenTest.h"
 
+/// An error object to find again: what a caller's variable held before the call.
+NSError *UntouchedError();
+
 /// A token on a fake card and a session of it, with the user logged in; calls and logs are recorded from there on.
 class SessionTest : public TokenTest {
  protected:
@@ -66,6 +69,9 @@ class SessionTest : public TokenTest {
   /// The operation that a client gets for a login on `session`, of exactly that class; autoreleased.
   template <typename Operation>
   static Operation *Begun(QELTokenSession *session);
+  /// Expects such an operation for whatever a client asks, with the error untouched.
+  template <typename Operation>
+  void ExpectOperationWhateverIsAsked();
   /// Expects such an operation to keep its session alive.
   template <typename Operation>
   void ExpectOperationToKeepItsSession();
@@ -74,6 +80,7 @@ class SessionTest : public TokenTest {
   LiveObjects m_tokens{[QELToken class]}, m_sessions{[QELTokenSession class]}, m_pairs{[SlotSessionPair class]};
   QELToken *m_token;
   QELTokenSession *m_session;
+  TKTokenSession *m_nobody = nil;  // whom the questions name as their session: the receiver answers
   // Instead of those that saw the construction.
   CapturedLog m_log;
   SystemLog::Captured m_systemLog;
@@ -87,6 +94,23 @@ Operation *SessionTest::Begun(QELTokenSession *session) {
                                                     error:nullptr];
   EXPECT_TRUE([operation isMemberOfClass:[Operation class]]);
   return (Operation *)operation;
+}
+
+template <typename Operation>
+void SessionTest::ExpectOperationWhateverIsAsked() {
+  NSError *error = UntouchedError();
+  NSString *constraints[] = {@"PINAlways", @"another", @"", nil};
+  for (NSInteger asked = TKTokenOperationNone; asked <= TKTokenOperationPerformKeyExchange + 1; ++asked) {
+    for (TKTokenOperationConstraint constraint : constraints) {
+      auto *operation = (Operation *)[m_session tokenSession:m_nobody
+                                       beginAuthForOperation:static_cast<TKTokenOperation>(asked)
+                                                  constraint:constraint
+                                                       error:&error];
+      EXPECT_TRUE([operation isMemberOfClass:[Operation class]]);
+      EXPECT_EQ([operation session], m_session);
+    }
+  }
+  EXPECT_EQ(error, UntouchedError());
 }
 
 template <typename Operation>
@@ -138,6 +162,3 @@ inline constexpr CardResult kCardResults[] = {
 // What a call of the library can end with that is not a result.
 void RaiseFromCard(TestCard::Call &);
 void ThrowFromCard(TestCard::Call &);
-
-/// An error object to find again: what a caller's variable held before the call.
-NSError *UntouchedError();

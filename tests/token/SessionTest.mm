@@ -31,11 +31,11 @@ std::vector<FakeSlot> SessionTest::TwoPinPadSlots() {
 }
 
 NSData *SessionTest::Sign(NSData *data, TKTokenKeyAlgorithm *algorithm, NSError **error, NSData *key) {
-  return [m_session tokenSession:m_session signData:data usingKey:key algorithm:algorithm error:error];
+  return [m_session tokenSession:m_nobody signData:data usingKey:key algorithm:algorithm error:error];
 }
 
 NSData *SessionTest::Decrypt(NSData *ciphertext, NSError **error, NSData *key) {
-  return [m_session tokenSession:m_session
+  return [m_session tokenSession:m_nobody
                      decryptData:ciphertext
                         usingKey:key
                        algorithm:Algorithm({kSecKeyAlgorithmRSAEncryptionPKCS1})
@@ -44,7 +44,7 @@ NSData *SessionTest::Decrypt(NSData *ciphertext, NSError **error, NSData *key) {
 
 NSData *SessionTest::Agree(NSData *publicKey, TKTokenKeyExchangeParameters *parameters, NSError **error, NSData *key,
                            TKTokenKeyAlgorithm *algorithm) {
-  return [m_session tokenSession:m_session
+  return [m_session tokenSession:m_nobody
       performKeyExchangeWithPublicKey:publicKey
                              usingKey:key
                             algorithm:algorithm
@@ -53,7 +53,7 @@ NSData *SessionTest::Agree(NSData *publicKey, TKTokenKeyExchangeParameters *para
 }
 
 bool SessionTest::Supports(TKTokenOperation operation, NSData *key, TKTokenKeyAlgorithm *algorithm) {
-  return [m_session tokenSession:m_session supportsOperation:operation usingKey:key algorithm:algorithm];
+  return [m_session tokenSession:m_nobody supportsOperation:operation usingKey:key algorithm:algorithm];
 }
 
 TKTokenKeyAlgorithm *SessionTest::RawRsa() {

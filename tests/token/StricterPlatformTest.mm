@@ -89,7 +89,12 @@ TEST_F(StricterPlatform, DriverTokenAndSessionAreTheirOwnDelegatesAlsoWhereTheir
 }
 
 TEST_F(StricterPlatform, ASerialNumberThatIsNotAsciiStandsInHexadecimalHoweverAsciiIsDecoded) {
-  m_card.Slots().front().serialNumber = "00A1\xFC";
   const LenientAscii lenient;
-  EXPECT_STREQ([[MakeToken() instanceID] UTF8String], "QEL-30304131FC2020202020202020202020");
+  const auto instanceID = [&](const char *serialNumber) {
+    m_card.Slots().front().serialNumber = serialNumber;
+    return std::string([[MakeToken() instanceID] UTF8String]);
+  };
+  EXPECT_EQ(instanceID("00A1\xFC"), "QEL-30304131FC2020202020202020202020");
+  EXPECT_EQ(instanceID("\x80"), "QEL-80202020202020202020202020202020");
+  EXPECT_EQ(instanceID("0123456789ABCDE\xFF"), "QEL-303132333435363738394142434445FF");
 }
