@@ -4,6 +4,21 @@
 
 #include "tests/support/CapturedLog.h"
 
+/// Counts how often it is formatted.
+@interface FormattedObject : NSObject {
+  int m_times;
+}
+@property(nonatomic) int times;
+@end
+
+@implementation FormattedObject
+@synthesize times = m_times;
+- (NSString *)description {
+  ++m_times;
+  return @"object";
+}
+@end
+
 TEST(FormatTest, UnderstandsFoundationsDirectives) {
   EXPECT_EQ(Utils::format(@"%@ %s %d 0x%08lX", @"object", "text", -3, 0xABCUL), "object text -3 0x00000ABC");
 }
@@ -29,6 +44,10 @@ TEST(FormatTest, LogsTheTextAtTheLevelOfTheStream) {
 
 TEST(FormatTest, FormatsNothingForAMessageThatIsNotWritten) {
   CapturedLog log(QELLog::LogLevel::Error);
-  Utils::log(QELLog::Info(), @"slotName %@", @"Reader");
+  FormattedObject *object = [[[FormattedObject alloc] init] autorelease];
+  Utils::log(QELLog::Info(), @"object %@", object);
   EXPECT_TRUE(log.Lines().empty());
+  EXPECT_EQ([object times], 0);
+  Utils::log(QELLog::Error(), @"object %@", object);
+  EXPECT_EQ([object times], 1);
 }
