@@ -8,7 +8,6 @@
 #include "log/QELLog.h"
 #include "log/QELLoggerImpl.h"
 #include "log/QEL_LogImpl_File.h"
-#include "util/QELIconv.h"
 
 namespace QELTok {
 
@@ -19,14 +18,13 @@ constexpr int kFileLevel = 5;
 /// The client, for those who write. Never destroyed itself, so that whoever logs late in the process's exit finds null.
 LogClient* g_client = nullptr;
 
-/// Owns the client, from load to exit. What a line passes through is made before it and so destroyed after it.
+/// Owns the client, from load to exit. What a line passes through and the exit destroys is made before it and so
+/// destroyed after it.
 class TokenLog {
  public:
   TokenLog() {
     DefaultLogPath();
     QELLog::GetLogger();
-    QELIconv::GetDefaultEncoding();
-    QELIconv::GetDefaultErrHandler<char, wchar_t>();
     const QEL_LogImpl_File provider(nullptr);
     ReplaceClient(nullptr);
   }
