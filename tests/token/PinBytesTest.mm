@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <type_traits>
@@ -26,7 +27,7 @@
 }
 - (BOOL)getCString:(char *)buffer maxLength:(NSUInteger)length encoding:(NSStringEncoding)encoding {
   (void)encoding;
-  if (length > 0) buffer[0] = '?';
+  std::memset(buffer, '?', length);
   return NO;
 }
 @end
@@ -124,10 +125,21 @@ INSTANTIATE_TEST_SUITE_P(Pins, PinOfManyByteCharacters,
                          ::testing::Values("1", "1234", "\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac\u20ac7",
                                            "\U0001F511\U0001F511\U0001F511\U0001F511"));
 
+TEST(PinBytes, WhatStandsBehindAZeroByteIsErasedToo) {
+  const unichar text[] = {'1', 0, '2', '3', 0, '4'};
+  NSString *PIN = [NSString stringWithCharacters:text length:std::size(text)];
+  FreedBytes freed;
+  {
+    PinBytes pin(PIN);
+    freed.Watch(pin.Data(), std::size(text));
+  }
+  EXPECT_EQ(freed.Content(), std::string(std::size(text), '\0'));
+}
+
 TEST(PinBytes, WhatWasWrittenOfTextThatUtf8CannotHoldIsErasedAtOnce) {
   PinBytes pin([[[UnencodableText alloc] init] autorelease]);
   ASSERT_NE(pin.Data(), nullptr);
-  EXPECT_EQ(pin.Data()[0], 0) << "the question mark";
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(pin.Data()[i], 0) << "question mark " << i;
 }
 
 TEST(PinBytes, AreNotCopied) {

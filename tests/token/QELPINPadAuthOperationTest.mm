@@ -108,8 +108,10 @@ TEST_F(PinPadLogin, OnlyTwoResultsAreALogin) {
                                     {CKR_VENDOR_DEFINED | 0x100, false}}) {
     ScriptedCard script({{"C_GetSlotType"}, {"C_Login", rv}});
     [[m_session smartCard] setSensitive:NO];
+    [[m_session smartCard] setContext:nil];
     EXPECT_EQ(Login(), success) << rv;
     EXPECT_EQ([[m_session smartCard] sensitive] != NO, success) << rv;
+    EXPECT_EQ([[m_session smartCard] context], success ? [NSNumber numberWithBool:YES] : nil) << rv;
     EXPECT_EQ(m_log.Infos().back(), "C_Login rv = " + std::to_string(rv));
   }
 }

@@ -1,9 +1,12 @@
 // Two readers at once: CryptoTokenKit keeps to one call at a time for each token, and has two tokens.
 
 #include <atomic>
+#include <chrono>
+#include <functional>
 #include <thread>
 
-#import "tests/token/TokenTest.h"
+#import "tests/token/SessionTest.h"
+#include "token/EntryLock.h"
 
 using namespace TestCard;
 
@@ -123,4 +126,44 @@ TEST_F(TwoThreads, ATokenMayGoWhileItsThreadIsInTheExtension) {
     EXPECT_EQ(MakeToken(nullptr, SmartCard(@"Reader A")), nil) << "given up by its own construction";
   }
   EXPECT_EQ(Life(@"Reader A", 0xA1), "");
+}
+
+class WhileAnotherThreadIsInTheExtension : public SessionTest {
+ protected:
+  /// Whether `entry`, made on a thread of its own, waits for this one to leave the extension.
+  static bool Waits(const std::function<void()> &entry) {
+    std::atomic<bool> left{false};
+    std::thread other;
+    bool waited = false;
+    {
+      const EntryLock inside;
+      other = std::thread([&] {
+        @autoreleasepool {
+          entry();
+        }
+        left = true;
+      });
+      std::this_thread::sleep_for(std::chrono::milliseconds(30));
+      waited = !left;
+    }
+    other.join();
+    return waited;
+  }
+};
+
+TEST_F(WhileAnotherThreadIsInTheExtension, EveryEntryWaits) {
+  EXPECT_TRUE(Waits([&] { MakeToken(nullptr, SmartCard(@"Unknown Reader")); })) << "a token";
+  EXPECT_TRUE(Waits([&] { MakeSession(m_token); })) << "a session";
+  EXPECT_TRUE(Waits([&] { Supports(TKTokenOperationSignData, RsaKey(), RawRsa()); })) << "a question";
+  EXPECT_TRUE(Waits([&] { Begun<QELAuthOperation>(m_session); })) << "the beginning of a login";
+  EXPECT_TRUE(Waits([&] { Sign(Block(), RawRsa()); })) << "a signature";
+  EXPECT_TRUE(Waits([&] { Decrypt(Ciphertext()); })) << "a decryption";
+  EXPECT_TRUE(Waits([&] { Agree(PeerKey(), Parameters(32)); })) << "a key exchange";
+  QELAuthOperation *login = Begun<QELAuthOperation>(m_session);
+  [login setPIN:@"1234"];
+  EXPECT_TRUE(Waits([&] { [login finishWithError:nullptr]; })) << "a login";
+  auto *pinPad = [[[QELPINPadAuthOperation alloc] initWithSession:m_session] autorelease];
+  EXPECT_TRUE(Waits([&] { [pinPad finishWithError:nullptr]; })) << "a login on the reader";
+  QELToken *unbuilt = [QELToken alloc];
+  EXPECT_TRUE(Waits([&] { [unbuilt release]; })) << "a token's end";
 }
