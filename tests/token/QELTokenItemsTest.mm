@@ -451,12 +451,19 @@ TEST_F(QELTokenItems, CertificateItemsKeepThePlatformsConstraints) {
   }
 }
 
-TEST_F(QELTokenItems, KeyTypeAndSizeAreThoseOfTheCertificate) {
-  FakeCard card(OneSlot());
+TEST_F(QELTokenItems, KeyTypeAndSizeAreThoseOfTheCertificateWhateverThePublicKeySays) {
+  std::vector<FakeSlot> slots = OneSlot();
+  slots[0].objects[1].attributes[CKA_KEY_TYPE] = Ulong(CKK_EC);
+  slots[0].objects[4].attributes[CKA_KEY_TYPE] = Ulong(CKK_RSA);
+  FakeCard card(slots);
   @autoreleasepool {
-    TKTokenKeychainKey *key = [[MakeToken() keychainContents] keyForObjectID:Data({0x12, 0x01, 0x02}) error:nullptr];
-    EXPECT_TRUE([[key keyType] isEqualToString:(NSString *)kSecAttrKeyTypeRSA]);
-    EXPECT_EQ([key keySizeInBits], 2048);
+    TKTokenKeychainContents *contents = [MakeToken() keychainContents];
+    TKTokenKeychainKey *rsa = [contents keyForObjectID:Data({0x12, 0x01, 0x02}) error:nullptr];
+    EXPECT_TRUE([[rsa keyType] isEqualToString:(NSString *)kSecAttrKeyTypeRSA]);
+    EXPECT_EQ([rsa keySizeInBits], 2048);
+    TKTokenKeychainKey *ec = [contents keyForObjectID:Data({0x12, 0x03, 0x04}) error:nullptr];
+    EXPECT_TRUE([[ec keyType] isEqualToString:(NSString *)kSecAttrKeyTypeECSECPrimeRandom]);
+    EXPECT_EQ([ec keySizeInBits], 256);
   }
 }
 

@@ -1,11 +1,13 @@
 #include "util/QELUtils.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <ctime>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/FakeClock.h"
@@ -85,6 +87,18 @@ TEST(QELUtils, TheUtcStampHasNineDigitsOfNanoseconds) {
   EXPECT_EQ(QELUtils::GetUTCTimeNanoStr(), "2024-03-05T07:08:09.123456000Z");
 }
 
+TEST(QELUtils, TheUtcStampHasTheCalendarsYearAndADayOf24Hours) {
+  const std::pair<time_t, const char*> rows[] = {
+      {-1, "1969-12-31T23:59:59.000999000Z"},          {-1577923201, "1919-12-31T23:59:59.000999000Z"},
+      {946684799, "1999-12-31T23:59:59.000999000Z"},   {1609545600, "2021-01-02T00:00:00.000999000Z"},
+      {1609592400, "2021-01-02T13:00:00.000999000Z"},  {4102444800, "2100-01-01T00:00:00.000999000Z"},
+      {253402300799, "9999-12-31T23:59:59.000999000Z"}};
+  for (const auto& [seconds, stamp] : rows) {
+    const FakeClock clock(seconds, 999);
+    EXPECT_EQ(QELUtils::GetUTCTimeNanoStr(), stamp);
+  }
+}
+
 TEST(QELUtils, TimegmGivesTheKnownMoments) {
   const ScopedTimeZone zone("UTC0");
   EXPECT_EQ(QELUtils::timegm(Calendar(1970, 1, 1)), 0);
@@ -155,6 +169,15 @@ TEST(QELUtils, TheReentrantConversionsAreThePlatforms) {
 
 TEST(QELUtils, TheProcessIdIsThePlatforms) {
   EXPECT_EQ(QELUtils::getpid(), ::getpid());
+}
+
+TEST(QELUtils, TheProcessIdIsTheChildsAfterAFork) {
+  ASSERT_EQ(QELUtils::getpid(), ::getpid());
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(QELUtils::getpid() == ::getpid() ? 0 : 1);
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 TEST(QELUtils, TheThreadNumberIsZeroOnEveryThread) {
