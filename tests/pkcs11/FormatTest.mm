@@ -27,6 +27,14 @@ TEST(FormatTest, GivesUtf8) {
   EXPECT_EQ(Utils::format(@"%@", @"\u20AC"), "\xE2\x82\xAC");
 }
 
+TEST(FormatTest, TextOfAnyLengthIsGivenWhole) {
+  EXPECT_EQ(Utils::format(@"%@", @""), "");
+  for (const size_t length : {1, 255, 256, 1024, 5000}) {
+    const std::string text(length, 'x');
+    EXPECT_EQ(Utils::format(@"%s%@", text.c_str(), @"7"), text + "7");
+  }
+}
+
 TEST(FormatTest, TextThatUtf8CannotHoldIsNoText) {
   const unichar halfOfAPair = 0xD800;
   EXPECT_EQ(Utils::format(@"a%Cb", halfOfAPair), "");

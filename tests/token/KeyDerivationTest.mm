@@ -1,5 +1,7 @@
 #import "token/KeyDerivation.h"
 
+#include <type_traits>
+
 #import "tests/token/TokenTest.h"
 
 class KeyDerivationTest : public TokenTest {
@@ -53,4 +55,9 @@ TEST_F(KeyDerivationTest, AnEmptyPublicKeyIsPublicDataOfLengthZero) {
   KeyDerivation derivation(m_sha1, [NSData data], nil);
   EXPECT_EQ(ParameterOf(derivation).ulPublicDataLen, 0u);
   EXPECT_EQ(ParameterOf(derivation).pPublicData, nullptr);
+}
+
+TEST_F(KeyDerivationTest, IsNotCopiedForItPointsIntoItself) {
+  EXPECT_FALSE(std::is_copy_constructible_v<KeyDerivation>);
+  EXPECT_FALSE(std::is_copy_assignable_v<KeyDerivation>);
 }

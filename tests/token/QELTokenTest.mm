@@ -142,6 +142,8 @@ TEST_F(QELTokenConstruction, OpensASessionOnEverySlotOfTheReaderInTheirOrder) {
     QELToken *token = MakeToken();
     EXPECT_EQ(NumbersOf([token hSlots]), (Numbers{7, 8}));
     EXPECT_EQ(NumbersOf([token hSessions]), (Numbers{101, 102}));
+    EXPECT_TRUE([[token hSlots] isKindOfClass:[NSMutableArray class]]);
+    EXPECT_TRUE([[token hSessions] isKindOfClass:[NSMutableArray class]]);
   }
 }
 

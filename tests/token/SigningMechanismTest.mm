@@ -1,5 +1,7 @@
 #import "token/SignatureForms.h"
 
+#include <type_traits>
+
 #import "tests/token/TokenTest.h"
 
 class SigningMechanismTest : public TokenTest {
@@ -54,4 +56,9 @@ TEST_F(SigningMechanismTest, OnlyTheFormOfTheDataCounts) {
             CK_MECHANISM_TYPE{CKM_RSA_PKCS});
   EXPECT_EQ(Made(Algorithm({kSecKeyAlgorithmRSASignatureRaw, kSecKeyAlgorithmECDSASignatureDigestX962})).first,
             CK_MECHANISM_TYPE{CKM_ECDSA});
+}
+
+TEST_F(SigningMechanismTest, IsNotCopiedForItPointsIntoItself) {
+  EXPECT_FALSE(std::is_copy_constructible_v<SigningMechanism>);
+  EXPECT_FALSE(std::is_copy_assignable_v<SigningMechanism>);
 }
