@@ -22,7 +22,7 @@ Converter::Converter(std::string from, std::string to, size_t inputBytes)
 
 bool Converter::ConvertAll(Input input, const Sink& sink) {
   const ScopedIconv converter = Open(sink);
-  const bool targetHasEveryCharacter = m_to.rfind("UTF-", 0) == 0;
+  const bool targetHasEveryCharacter = m_to.compare(0, 4, "UTF-") == 0;
   for (;;) {
     const Outcome outcome = Fill(converter, input, sink);
     if (outcome.error == 0) return !outcome.replaced;
@@ -36,10 +36,10 @@ bool Converter::ConvertSome(Input& input, const Sink& sink) {
     m_ahead = Open(Ignore);
     m_writer = Open(sink);
   }
-  Input clean{input.position, 0};
+  char* const begin = input.position;
   bool convertible = true;
   while (convertible && input.count > 0) convertible = LookAhead(input);
-  clean.count = input.position - clean.position;
+  Input clean{begin, static_cast<size_t>(input.position - begin)};
   Exhaust(m_writer, clean, sink);
   return convertible;
 }
