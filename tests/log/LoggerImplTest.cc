@@ -47,6 +47,34 @@ TEST_F(Tracing, SaysWhenAnExceptionIsInFlight) {
       (RecordingSink::Line{LogLevel::Debug, "Exiting function f at f.cc:7 while at least one exception is in flight"}));
 }
 
+TEST_F(Tracing, SaysWhenSeveralExceptionsAreInFlight) {
+  struct ThrowsWhileItGoes {
+    ~ThrowsWhileItGoes() {
+      try {
+        const auto scope = logger.Enter("f.cc", 7, "f", LogLevel::Debug);
+        throw std::runtime_error("second");
+      } catch (const std::runtime_error&) {
+      }
+    }
+    const QELLog::Logger& logger;
+  };
+  const auto body = [this] {
+    const ThrowsWhileItGoes guard{m_logger};
+    throw std::runtime_error("first");
+  };
+  EXPECT_THROW(body(), std::runtime_error);
+  EXPECT_EQ(m_sink->lines.back().text, "Exiting function f at f.cc:7 while at least one exception is in flight");
+}
+
+TEST_F(Tracing, AnExceptionThatWasCaughtIsInFlightNoMore) {
+  try {
+    throw std::runtime_error("stop");
+  } catch (const std::runtime_error&) {
+    m_logger.Enter("f.cc", 7, "f", LogLevel::Debug).reset();
+  }
+  EXPECT_EQ(m_sink->lines.back().text, "Exiting function f at f.cc:7 normally");
+}
+
 TEST_F(Tracing, IsOffAboveTheThreshold) {
   m_logger.SetLevel(LogLevel::Info);
   EXPECT_EQ(m_logger.Enter("f.cc", 7, "f", LogLevel::Debug), nullptr);
