@@ -50,6 +50,15 @@ TEST_F(QELTokenSessionDecryption, BothCallsGetTheWholeCiphertext) {
   EXPECT_EQ(inputs, (std::vector<Bytes>{Bytes(256, 0xC1), Bytes(256, 0xC1)}));
 }
 
+TEST_F(QELTokenSessionDecryption, TheSecondCallIsToldTheLengthThatTheFirstAnnounced) {
+  CK_ULONG told = 0;
+  const auto keep = [&](Call &call) { told = *call.outputLength; };
+  ScriptedCard script(
+      AfterFindingTheKey({{"C_DecryptInit"}, {"C_Decrypt", CKR_OK, Length(70)}, {"C_Decrypt", CKR_OK, keep}}));
+  EXPECT_EQ([Decrypt(Ciphertext()) length], 70u);
+  EXPECT_EQ(told, 70u);
+}
+
 TEST_F(QELTokenSessionDecryption, AnEmptyCiphertextHasBytesToPointToAndLeavesNoOperationOpen) {
   for (int i = 0; i < 2; ++i) EXPECT_NE(Decrypt([NSData data]), nil);
   EXPECT_EQ(m_card.ciphertext, Bytes{});

@@ -74,6 +74,14 @@ TEST_F(QELTokenSessionSigning, BothSignCallsGetTheSamePayload) {
   EXPECT_EQ(inputs, (std::vector<Bytes>{{0x30, 0x31}, {0x30, 0x31}}));
 }
 
+TEST_F(QELTokenSessionSigning, TheSecondCallIsToldTheLengthThatTheFirstAnnounced) {
+  CK_ULONG told = 0;
+  const auto keep = [&](Call &call) { told = *call.outputLength; };
+  ScriptedCard script(AfterFindingTheKey({{"C_SignInit"}, {"C_Sign", CKR_OK, Length(70)}, {"C_Sign", CKR_OK, keep}}));
+  EXPECT_EQ([Sign(Block(), RawRsa()) length], 70u);
+  EXPECT_EQ(told, 70u);
+}
+
 TEST_F(QELTokenSessionSigning, DigestsAreSignedWholeHoweverTheyBegin) {
   Bytes longBlock(48, 0xFF);
   longBlock[0] = 0x00;

@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#import "tests/token/AllAlgorithms.h"
 #import "tests/token/TokenTest.h"
 
 class SigningMechanismTest : public TokenTest {
@@ -44,10 +45,15 @@ TEST_F(SigningMechanismTest, RawRsaHasNoParameter) {
 }
 
 TEST_F(SigningMechanismTest, EveryOtherAlgorithmIsEcdsaWithoutParameter) {
-  for (const SecKeyAlgorithm algorithm :
-       {kSecKeyAlgorithmECDSASignatureDigestX962, kSecKeyAlgorithmRSASignatureDigestPSSSHA1,
-        kSecKeyAlgorithmRSASignatureMessagePSSSHA256, kSecKeyAlgorithmRSASignatureDigestPKCS1v15Raw}) {
+  for (const SecKeyAlgorithm algorithm : AllAlgorithms()) {
+    const bool isPss = algorithm == kSecKeyAlgorithmRSASignatureDigestPSSSHA256 ||
+                       algorithm == kSecKeyAlgorithmRSASignatureDigestPSSSHA384 ||
+                       algorithm == kSecKeyAlgorithmRSASignatureDigestPSSSHA512;
+    if (isPss) continue;
     EXPECT_EQ(Made(Algorithm({algorithm})), std::make_pair(CK_MECHANISM_TYPE{0x1041}, TestCard::ByteString{}));
+    SigningMechanism mechanism(Algorithm({algorithm}));
+    EXPECT_EQ(mechanism.Get()->pParameter, nullptr);
+    EXPECT_EQ(mechanism.Pss().hashAlg, 0u);
   }
 }
 

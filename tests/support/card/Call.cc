@@ -59,6 +59,7 @@ std::string Describe(const Call& call) {
   if (names({"C_GetMechanismInfo"})) text << " mechanism=" << Hex(call.mechanismType);
   if (call.mechanism != nullptr) {
     text << " mechanism=" << Hex(call.mechanism->mechanism) << " parameter=" << call.mechanism->ulParameterLen;
+    if (call.mechanism->ulParameterLen == 0 && call.mechanism->pParameter != nullptr) text << " at a stray pointer";
   }
   const bool asksForValues = StartsWith(call.name, "C_GetAttributeValue");
   for (CK_ULONG i = 0; i < call.attributeCount; ++i) text << Describe(call.attributes[i], asksForValues);
