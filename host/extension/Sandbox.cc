@@ -165,9 +165,8 @@ std::vector<SandboxRule> RulesFor(const fs::path& bundle) {
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   if (text.empty()) return {};
   std::vector<SandboxRule> rules = {{bundle, Access::Read}, {"/dev/null", Access::Write}};
-  // What runs is the extension alone; the system starts it with one of these.
-  const fs::path name = (bundle.has_filename() ? bundle : bundle.parent_path()).stem();
-  rules.push_back({bundle / "Contents/MacOS" / name, Access::ReadAndRun});
+  // What runs is the extension alone; the system starts it with one of these, or it brings what starts it.
+  rules.push_back({bundle / "Contents/MacOS", Access::ReadAndRun});
   for (const char* loader : {"/lib64/ld-linux-x86-64.so.2", "/lib/ld-linux-aarch64.so.1"})
     rules.push_back({loader, Access::ReadAndRun});
   for (const char* path : {"/usr", "/lib", "/lib64", "/bin", "/etc", "/proc", "/dev/urandom"})
