@@ -4,7 +4,7 @@
 find_path(GNUSTEP_INCLUDE_DIR Foundation/Foundation.h PATH_SUFFIXES GNUstep)
 find_library(GNUSTEP_BASE_LIBRARY gnustep-base)
 
-execute_process(COMMAND ${CMAKE_OBJCXX_COMPILER} -print-file-name=libobjc.so
+execute_process(COMMAND ${CMAKE_OBJCXX_COMPILER} ${QEL_COMPILER_TARGET} -print-file-name=libobjc.so
   OUTPUT_VARIABLE GNUSTEP_RUNTIME_LIBRARY OUTPUT_STRIP_TRAILING_WHITESPACE)
 get_filename_component(GNUSTEP_RUNTIME_INCLUDE_DIR "${GNUSTEP_RUNTIME_LIBRARY}" DIRECTORY)
 string(APPEND GNUSTEP_RUNTIME_INCLUDE_DIR /include)

@@ -69,7 +69,7 @@ class Registry {
     uint32_t end = contents.instanceStart;
     for (const IvarEntry& ivar : EntriesOf<IvarEntry>(contents.ivars)) {
       const uint32_t alignment = 1u << ivar.alignment, place = (end + alignment - 1) & ~(alignment - 1);
-      if (*ivar.offset != IvarOffset{place})
+      if (*ivar.offset != static_cast<IvarOffset>(place))
         throw Unusable("the instance variable " + std::string(ivar.name) + " of " + contents.name + " is at offset " +
                        std::to_string(*ivar.offset) + " instead of " + std::to_string(place));
       end = place + ivar.size;

@@ -9,8 +9,10 @@
 
 asm(R"(.pushsection .rodata
 macho_imports_start: .incbin "imports.txt"
-macho_imports_end: .popsection)");
-extern "C" const char macho_imports_start[], macho_imports_end[];
+macho_imports_end: .incbin "imports_)" QEL_PROCESSOR R"(.txt"
+macho_imports_of_processor_end: .popsection)");
+extern "C" __attribute__((visibility("hidden"))) const char macho_imports_start[], macho_imports_end[],
+    macho_imports_of_processor_end[];
 // Rows that a program has for images of its own.
 extern "C" __attribute__((weak)) const char macho_more_imports_start[], macho_more_imports_end[];
 
@@ -51,7 +53,8 @@ struct Row {
 std::map<std::string, Row> ReadRows() {
   std::map<std::string, Row> rows;
   std::istringstream lines(std::string(macho_imports_start, macho_imports_end) +
-                           std::string(macho_more_imports_start, macho_more_imports_end));
+                           std::string(macho_more_imports_start, macho_more_imports_end) +
+                           std::string(macho_imports_end, macho_imports_of_processor_end));
   std::string library;
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;

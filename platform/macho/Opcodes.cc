@@ -58,7 +58,9 @@ bool RebaseStep(Program& program, const Image& image) {
   const uint64_t skipped = code >= 7 ? program.Number() : 0;
   for (uint64_t i = 0; i < count; ++i) {
     uint64_t& pointer = program.TakePointer(skipped);
-    pointer = reinterpret_cast<uint64_t>(image.At(pointer));
+    // The highest byte is no part of the address; on arm64 the compiler marks names of types in it.
+    constexpr uint64_t kMark = uint64_t{0xFF} << 56;
+    pointer = reinterpret_cast<uint64_t>(image.At(pointer & ~kMark)) | (pointer & kMark);
   }
   return true;
 }

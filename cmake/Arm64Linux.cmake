@@ -1,0 +1,30 @@
+# Toolchain file: builds for arm64 Linux, with Debian's packages of that processor unpacked in the folder QEL_ARM64_ROOT.
+
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QEL_ARM64_ROOT)
+set(CMAKE_SYSROOT ${QEL_ARM64_ROOT})
+
+find_program(QEL_CLANG clang REQUIRED)
+find_program(QEL_CLANGXX clang++ REQUIRED)
+foreach(language C CXX OBJC OBJCXX ASM)
+  set(CMAKE_${language}_COMPILER ${QEL_CLANG})
+  if(language MATCHES CXX)
+    set(CMAKE_${language}_COMPILER ${QEL_CLANGXX})
+  endif()
+  set(CMAKE_${language}_COMPILER_TARGET ${CMAKE_LIBRARY_ARCHITECTURE})
+endforeach()
+# For who asks the compiler where it finds things.
+set(QEL_COMPILER_TARGET --target=${CMAKE_LIBRARY_ARCHITECTURE} --sysroot=${CMAKE_SYSROOT})
+foreach(kind EXE SHARED MODULE)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT -fuse-ld=lld)
+endforeach()
+
+set(CMAKE_FIND_ROOT_PATH ${QEL_ARM64_ROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${QEL_ARM64_ROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${QEL_ARM64_ROOT}/usr/lib/aarch64-linux-gnu/pkgconfig:${QEL_ARM64_ROOT}/usr/share/pkgconfig)
