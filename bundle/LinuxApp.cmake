@@ -2,7 +2,7 @@
 # pluginkit for it.
 
 # Only the tests need it: a machine that makes the demonstration does without windows.
-if(QEL_BUILD_TESTS)
+if(QEL_BUILD_TESTS AND NOT CMAKE_CROSSCOMPILING)
   find_package(GNUstepGUI REQUIRED)
 else()
   find_package(GNUstepGUI QUIET)
@@ -41,7 +41,7 @@ if(QEL_SHIPPED_APP AND TARGET qel_macho_app_loader)
   file(CREATE_LINK ${shipped}/PlugIns/QELToken.appex ${app}/PlugIns/QELToken.appex SYMBOLIC)
   add_custom_command(OUTPUT ${app}/QELToken
     COMMAND ${CMAKE_COMMAND} -E copy ${shipped}/MacOS/QELToken ${app}/QELToken.macho
-    COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:qel_macho_libcxx> ${app}
+    COMMAND ${CMAKE_COMMAND} -E copy_directory ${PROJECT_BINARY_DIR}/platform/macho/libraries ${app}
     COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:qel_macho_app_loader> ${app}/QELToken
     DEPENDS ${shipped}/MacOS/QELToken qel_macho_app_loader qel_macho_libcxx
     COMMENT "Placing the shipped app and its loader in a bundle" VERBATIM)

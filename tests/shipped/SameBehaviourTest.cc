@@ -75,7 +75,8 @@ class Story {
     static const std::regex chance(
         "\\b(6[0-9]|7[0-2]|10[0-4]) bytes|process [0-9]+|(may (read|change) (and run )?|does not exist: ).*");
     for (const std::string& text : {result.output, result.errors})
-      for (const std::string& line : Lines(std::regex_replace(text, chance, ""))) m_behaviour.answers.push_back(line);
+      for (const std::string& line : Lines(std::regex_replace(text, chance, "")))
+        if (line != "sandbox: ") m_behaviour.answers.push_back(line);  // an emulator reads more places
   }
 
   void Sign(const std::string& key, const std::string& algorithm, const std::string& pinFile = "pin") {
@@ -98,12 +99,14 @@ class Story {
 };
 
 void ExpectTheSame(const RealCard& card, const std::function<void(Story&)>& tell) {
-  const auto told = [&](const char* bundle) {
+  const auto told = [&](const char* bundle, const char* library) {
+    setenv("QEL_LIBRARY_DIR", library, 1);  // with a PIN dialog library that either can load
     Story story(card, bundle);
     tell(story);
     return story.Told();
   };
-  const Behaviour linux = told(QEL_LINUX_BUNDLE), shipped = told(QEL_SHIPPED_BUNDLE);
+  const Behaviour linux = told(QEL_LINUX_BUNDLE, QEL_LINUX_LIBRARY),
+                  shipped = told(QEL_SHIPPED_BUNDLE, QEL_SHIPPED_LIBRARY);
   EXPECT_EQ(Text(shipped.answers), Text(linux.answers));
   EXPECT_EQ(Text(shipped.calls), Text(linux.calls));
   EXPECT_EQ(Text(shipped.log), Text(linux.log));

@@ -38,7 +38,7 @@ class BrokenBundle(unittest.TestCase):
         """What the loader says of the executable in which change(data) replaced something."""
         folder = self.folder / "appex"
         shutil.copytree(APPEX, folder, dirs_exist_ok=True)
-        executable = folder / "Contents/MacOS/QELToken.macho"
+        executable = next(folder.glob("Contents/MacOS/*.macho"))
         data = bytearray(executable.read_bytes())
         change(data)
         executable.write_bytes(data)

@@ -85,17 +85,17 @@ class NewerTools(unittest.TestCase):
                             f"    weak-symbols: [ {', '.join(weak)} ]\n...\n")
             yield file
 
-    def linked(self, *options, addend=0, change=lambda file: None):
+    def linked(self, *options, source="Newer.m", addend=0, change=lambda file: None):
         """The image and what it prints when the loader runs it."""
-        compiled, image = self.folder / "newer.o", self.folder / "newer.macho"
+        for file in LOADER.iterdir():
+            shutil.copy(file, self.folder / file.name.replace("QELToken", "image"))
+        compiled, image = self.folder / "image.o", next(self.folder.glob("*.macho"))
         subprocess.run(["clang", "-target", f"{PROCESSOR}-apple-macos12", "-nostdinc", "-O1", f"-DADDEND={addend}", "-c",
-                        "-o", compiled, HERE / "fixture/Newer.m"], check=True)
+                        "-o", compiled, HERE / "fixture" / source], check=True)
         subprocess.run([LINKER, "-arch", PROCESSOR, "-platform_version", "macos", "12.0", "12.0", *options, "-o", image,
                         compiled, *self.libraries()], check=True)
         change(image)
-        shutil.copy(LOADER / "QELToken", self.folder / "newer")
-        shutil.copy(LOADER / "libcxx.so", self.folder)
-        done = subprocess.run([self.folder / "newer", "x"], capture_output=True, text=True, timeout=60)
+        done = subprocess.run([self.folder / "image", "x"], capture_output=True, text=True, timeout=60)
         self.assertEqual(done.stderr, "")
         return macho.read(image)[PROCESSOR], done.stdout
 
@@ -140,6 +140,11 @@ class NewerTools(unittest.TestCase):
         self.assertIsNotNone(image.chained_fixups)
         self.assertLessEqual({"__objc_methlist", "__objc_stubs", "__init_offsets"}, self.sections(image))
         self.assertEqual(printed, PRINTED)
+
+    def test_a_mistake_that_only_arm64_shows(self):
+        _, printed = self.linked(source="Mistake.c")
+        self.assertIn("right 42\n", printed)
+        self.assertEqual("wrong 7\n" in printed, PROCESSOR == "x86_64", printed)
 
 
 if __name__ == "__main__":
