@@ -65,6 +65,19 @@ TEST_F(QELTokenSessionCreation, TakesThePairsOfTheTokenInSlotOrderAndStartsWithT
   }
 }
 
+TEST_F(QELTokenSessionCreation, StartsWithTheFirstPairWhicheverSlotsHavePinPads) {
+  const auto first = [](std::initializer_list<bool> pinPads) {
+    FakeCard card(Slots(pinPads));
+    @autoreleasepool {
+      return [[MakeSession(MakeToken()) hCurrentPair] hSlot];
+    }
+  };
+  EXPECT_EQ(first({true, true}), 7u);
+  EXPECT_EQ(first({false, true}), 7u);
+  EXPECT_EQ(first({true, false}), 7u);
+  EXPECT_EQ(first({true, true, true}), 7u);
+}
+
 TEST_F(QELTokenSessionCreation, TheLastSlotDecidesAboutThePinPad) {
   EXPECT_FALSE(IsPinPad({false}));
   EXPECT_TRUE(IsPinPad({true}));

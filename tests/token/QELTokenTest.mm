@@ -121,11 +121,19 @@ TEST_F(QELTokenConstruction, TheSerialNumberNamesTheTokenWithoutItsPadding) {
   EXPECT_EQ(InstanceIDForSerialNumber("00A1B2C3        "), "QEL-00A1B2C3");
   EXPECT_EQ(InstanceIDForSerialNumber("  \t00A1 B2C3\t "), "QEL-00A1 B2C3");
   EXPECT_EQ(InstanceIDForSerialNumber("                "), "QEL-");
+  EXPECT_EQ(InstanceIDForSerialNumber(" aB  c\t\td/{}%@ "), "QEL-aB  c\t\td/{}%@") << "and nothing else is changed";
   EXPECT_EQ(InstanceIDForSerialNumber("\n00A1B2C3\n"), "QEL-\n00A1B2C3\n") << "only blanks and tabs are padding";
 }
 
 TEST_F(QELTokenConstruction, ASerialNumberThatFillsItsFieldIsUsedWhole) {
   EXPECT_EQ(InstanceIDForSerialNumber("0123456789ABCDEF"), "QEL-0123456789ABCDEF");
+}
+
+TEST_F(QELTokenConstruction, ASerialNumberKeepsAZeroByteAndEverythingAfterIt) {
+  FakeCard card(EmptySlot(std::string("12\0\0a", 5)));
+  @autoreleasepool {
+    EXPECT_EQ([[MakeToken() instanceID] length], 9u) << "QEL- and the five";
+  }
 }
 
 TEST_F(QELTokenConstruction, ASerialNumberThatIsNotAsciiStandsInHexadecimal) {

@@ -15,6 +15,7 @@ class SessionTest : public TokenTest {
 
   SessionTest() : SessionTest(OneSlot()) {}
   explicit SessionTest(std::vector<TestCard::FakeSlot> slots);
+  ~SessionTest() override { ExpectInfosAndErrorsOnly(m_log); }
 
   /// One slot whose reader has a PIN pad of that vendor type.
   static std::vector<TestCard::FakeSlot> PinPadSlot(CK_ULONG slotType);

@@ -63,6 +63,9 @@ class TokenTest : public ::testing::Test {
   /// Its bytes as lower-case hexadecimal digits.
   static std::string HexOf(NSData *data);
 
+  /// Expects a log without a line of a level at which the token never writes.
+  static void ExpectInfosAndErrorsOnly(const CapturedLog &log);
+
   /// The captured system log as SystemLogLines gives it, without what the settings' loading says about missing files.
   Texts SystemLogOfTheToken() const;
 

@@ -8,6 +8,7 @@ using TestCard::FakeSlot;
 TokenTest::TokenTest() = default;
 
 TokenTest::~TokenTest() {
+  ExpectInfosAndErrorsOnly(m_log);
   ProcessModules::Instance() = ProcessModules();  // the next case loads the libraries as a process of its own would
 }
 
@@ -89,6 +90,10 @@ std::string TokenTest::HexOf(NSData *data) {
     digits += "0123456789abcdef"[byte & 15];
   }
   return digits;
+}
+
+void TokenTest::ExpectInfosAndErrorsOnly(const CapturedLog &log) {
+  for (const auto &[level, text] : log.Lines()) EXPECT_TRUE(level == kInfo || level == kError) << level << ": " << text;
 }
 
 Texts TokenTest::SystemLogOfTheToken() const {
