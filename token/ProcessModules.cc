@@ -1,10 +1,6 @@
 #include "token/ProcessModules.h"
 
-#include "log/QELLog.h"
-
 ProcessModules& ProcessModules::Instance() {
-  // Touches the logger first, so that it outlives the modules, whose destructors log.
-  QELLog::HasSetLogger();
   static ProcessModules modules;
   return modules;
 }

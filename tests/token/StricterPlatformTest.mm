@@ -4,6 +4,36 @@
 
 #import "tests/token/SessionTest.h"
 
+/// Our classes, which say when a delegate is set from outside their bases.
+static Texts s_told;
+
+@interface ToldDriver : QELTokenDriver
+@end
+@implementation ToldDriver
+- (void)setDelegate:(id<TKTokenDriverDelegate>)delegate {
+  s_told.push_back("driver");
+  [super setDelegate:delegate];
+}
+@end
+
+@interface ToldToken : QELToken
+@end
+@implementation ToldToken
+- (void)setDelegate:(id<TKTokenDelegate>)delegate {
+  s_told.push_back("token");
+  [super setDelegate:delegate];
+}
+@end
+
+@interface ToldSession : QELTokenSession
+@end
+@implementation ToldSession
+- (void)setDelegate:(id<TKTokenSessionDelegate>)delegate {
+  s_told.push_back("session");
+  [super setDelegate:delegate];
+}
+@end
+
 namespace {
 
 class CardOutOfReach {
@@ -86,6 +116,20 @@ TEST_F(StricterPlatform, DriverTokenAndSessionAreTheirOwnDelegatesAlsoWhereTheir
   EXPECT_EQ((id)[token delegate], (id)token);
   QELTokenSession *session = MakeSession(token);
   EXPECT_EQ((id)[session delegate], (id)session);
+}
+
+TEST_F(StricterPlatform, ADelegateThatTheirBasesSetIsLeftAlone) {
+  const auto made = [] {
+    s_told.clear();
+    ToldDriver *driver = [[[ToldDriver alloc] init] autorelease];
+    ToldToken *token = [[[ToldToken alloc] initWithSmartCard:SmartCard() AID:nil tokenDriver:driver
+                                                       error:nullptr] autorelease];
+    EXPECT_NE([ToldSession sessionWithToken:token], nil);
+    return s_told;
+  };
+  EXPECT_EQ(made(), Texts{});
+  const NoDelegatesInstalled noDelegates;
+  EXPECT_EQ(made(), (Texts{"driver", "token", "session"}));
 }
 
 TEST_F(StricterPlatform, ASerialNumberThatIsNotAsciiStandsInHexadecimalHoweverAsciiIsDecoded) {
