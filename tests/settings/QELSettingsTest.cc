@@ -139,6 +139,12 @@ TEST_F(Settings, TheHomeIsThePasswordDatabasesNotTheEnvironments) {
   EXPECT_EQ(Ask({"load", "logging"}), "off\n");
 }
 
+TEST_F(Settings, TheHomeIsThatOfTheUserWhoRunsTheProcessWhoeverItActsAs) {
+  UserFile("[Pkcs11]\nLogLevelPkcs11 = 5\n");
+  MachineFile("");
+  EXPECT_EQ(Ask({"actAsAnother", "load", "logging"}), "on\n");
+}
+
 TEST_F(Settings, AUserWhomThePasswordDatabaseDoesNotKnowHasNoFile) {
   UserFile("[Pkcs11]\nLogLevelPkcs11 = 5\n");
   MachineFile("[Global]\nLogFile = /machine.log\n");
@@ -175,9 +181,10 @@ INSTANTIATE_TEST_SUITE_P(
     All, LogLevelValue,
     ::testing::Values(LevelCase{"One", "1", "on\n1\n"}, LevelCase{"Zero", "0", "off\n0\n"},
                       LevelCase{"Negative", "-3", "off\n-3\n"}, LevelCase{"Hexadecimal", "0x10", "on\n16\n"},
-                      LevelCase{"Quoted", "\"4\"", "on\n4\n"}, LevelCase{"Commented", "4 ; all", "on\n4\n"},
-                      LevelCase{"Words", "everything", "off\n0\n"}, LevelCase{"NumberThenWords", "3 or so", "on\n3\n"},
-                      LevelCase{"Empty", "", "off\n0\n"}),
+                      LevelCase{"Octal", "010", "on\n8\n"}, LevelCase{"Fraction", "0.9", "off\n0\n"},
+                      LevelCase{"Exponent", "1e3", "on\n1\n"}, LevelCase{"Quoted", "\"4\"", "on\n4\n"},
+                      LevelCase{"Commented", "4 ; all", "on\n4\n"}, LevelCase{"Words", "everything", "off\n0\n"},
+                      LevelCase{"NumberThenWords", "3 or so", "on\n3\n"}, LevelCase{"Empty", "", "off\n0\n"}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(Settings, KeysMatchInAnyCase) {
@@ -226,6 +233,11 @@ TEST_F(Settings, AUserFileWithAPathOf1024BytesIsSkippedSilently) {
   MachineFile("[Global]\nLogFile = /machine.log\n");
   EXPECT_EQ(Ask({"load", "logging", "logPath"}), "off\n/machine.log\n");
   EXPECT_FALSE(SystemLogHas("iniparser")) << m_systemLog;
+}
+
+TEST_F(Settings, AUserFileThatIsSkippedLeavesWhatWasReadBefore) {
+  UserFile("[Pkcs11]\nLogLevelPkcs11 = 5\n");
+  EXPECT_EQ(Ask({"load", "logging", "home", std::string(1024, 'x'), "load", "logging"}), "on\non\n");
 }
 
 TEST_F(Settings, AReleasedInstanceFreesBothDictionaries) {

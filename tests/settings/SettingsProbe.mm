@@ -4,6 +4,8 @@
 #import <Foundation/Foundation.h>
 #include <QELBuildConstants.h>
 #include <dlfcn.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -21,6 +23,8 @@
 namespace {
 
 std::set<const dictionary *> g_live;
+bool g_actsAsAnother = false;
+std::string g_home;  // instead of the password database's, unless empty
 
 template <typename Function>
 Function *Next(const char *name) {
@@ -33,6 +37,16 @@ Function *Next(const char *name) {
 extern "C" FILE *fopen(const char *path, const char *mode) {
   const bool machineWide = std::strcmp(path, QEL_LIBRARY_DIR "/Preferences/" QEL_VENDOR_ID ".Tarnwell.ini") == 0;
   return Next<decltype(fopen)>("fopen")(machineWide ? getenv("QEL_TEST_MACHINE_FILE") : path, mode);
+}
+
+extern "C" passwd *getpwuid(uid_t user) {
+  passwd *const entry = Next<decltype(getpwuid)>("getpwuid")(user);
+  if (entry && !g_home.empty()) entry->pw_dir = g_home.data();
+  return entry;
+}
+
+extern "C" uid_t geteuid() {
+  return g_actsAsAnother ? getuid() + 1 : getuid();
 }
 
 extern "C" dictionary *iniparser_load(const char *path) {
@@ -63,6 +77,10 @@ void Answer(const std::string &question, char **&argument) {
   QELSettings *const settings = [QELSettings getGlobalSettings];
   if (question == "load") {
     [settings loadSettings];
+  } else if (question == "actAsAnother") {
+    g_actsAsAnother = true;
+  } else if (question == "home") {
+    g_home = Take(argument);
   } else if (question == "loaded") {
     puts([settings loadCalled] ? "yes" : "no");
   } else if (question == "logging") {
