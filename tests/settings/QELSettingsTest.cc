@@ -118,6 +118,16 @@ TEST_F(Settings, AnEmptyValueOfTheUserStillWins) {
   EXPECT_EQ(Ask({"load", "logPath"}), "\n");
 }
 
+TEST_F(Settings, ATextIsReturnedAsItIsStored) {
+  for (const std::string text :
+       {"~/Documents/../token.log", "/a//b/./c/", "$HOME/%20x", "relative.log", "C:\\log", "a b  c"}) {
+    UserFile("[Global]\nLogFile = " + text + "\n");
+    EXPECT_EQ(Ask({"load", "logPath", "string", "Global:LogFile", "none"}), text + "\n" + text + "\n");
+  }
+  UserFile("[Global]\nLogFile = \"  in quotes  \"\n");
+  EXPECT_EQ(Ask({"load", "logPath"}), "  in quotes  \n");
+}
+
 TEST_F(Settings, ASectionNamedLikeAKeyIsNoValueOfIt) {
   UserFile("[Pkcs11:LogLevelPkcs11]\n[Global:LogFile]\n");
   EXPECT_EQ(Ask({"load", "logging", "int", "Pkcs11:LogLevelPkcs11", "9", "string", "Global:LogFile", "none"}),

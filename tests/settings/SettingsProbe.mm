@@ -4,10 +4,12 @@
 #import <Foundation/Foundation.h>
 #include <QELBuildConstants.h>
 #include <dlfcn.h>
+#include <objc/runtime.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -73,7 +75,27 @@ void RaiseInsteadOfWriting(NSString *) {
   [NSException raise:NSGenericException format:@"no place to write to"];
 }
 
+/// Takes its time, so that no thread is done before the others have come.
+id InitSlowly(id self, SEL selector) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  return reinterpret_cast<id (*)(id, SEL)>([NSObject instanceMethodForSelector:selector])(self, selector);
+}
+
+/// How many instances eight threads get that all ask first.
+size_t InstancesOfEightThreads() {
+  class_addMethod([QELSettings class], @selector(init), reinterpret_cast<IMP>(&InitSlowly), "@@:");
+  std::vector<QELSettings *> seen(8);
+  std::vector<std::thread> threads;
+  for (QELSettings *&slot : seen) threads.emplace_back([&slot] { slot = [QELSettings getGlobalSettings]; });
+  for (std::thread &thread : threads) thread.join();
+  return std::set<QELSettings *>(seen.begin(), seen.end()).size();
+}
+
 void Answer(const std::string &question, char **&argument) {
+  if (question == "instances") {
+    printf("%zu\n", InstancesOfEightThreads());
+    return;
+  }
   QELSettings *const settings = [QELSettings getGlobalSettings];
   if (question == "load") {
     [settings loadSettings];
@@ -111,12 +133,6 @@ void Answer(const std::string &question, char **&argument) {
   } else if (question == "complaints that raise") {
     _NSLog_printf_handler = RaiseInsteadOfWriting;
     printf("%ld left\n", ObjectsLeftBehind([] { log_iniparser_error("complaint %d about %s", 7, "a file"); }));
-  } else if (question == "instances") {
-    std::vector<QELSettings *> seen(8);
-    std::vector<std::thread> threads;
-    for (QELSettings *&slot : seen) threads.emplace_back([&slot] { slot = [QELSettings getGlobalSettings]; });
-    for (std::thread &thread : threads) thread.join();
-    printf("%zu\n", std::set<QELSettings *>(seen.begin(), seen.end()).size());
   } else if (question == "complain") {
     printf("%d\n", log_iniparser_error("complaint %d about %s", 7, "a file"));
   } else {
