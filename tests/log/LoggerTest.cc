@@ -123,6 +123,20 @@ TEST_F(LoggerTest, AMessageOfAThresholdsLevelIsReportedAndDead) {
                                   {LogLevel::Error, "Invalid LogLevel specified: 7. blanketLevelsValid: false"}}));
 }
 
+TEST_F(LoggerTest, AnInvalidLevelIsReportedWhateverTheThresholdThatTakesErrors) {
+  for (int threshold = 2; threshold <= 7; ++threshold) {
+    m_logger.SetLevel(Level(threshold));
+    for (const int level : {0, 7, 8, 255}) {
+      m_sink->lines.clear();
+      EXPECT_FALSE(m_logger.Dynamic(Level(level)).IsLive());
+      EXPECT_EQ(m_logger.Enter("f.cc", 1, "f", Level(level)), nullptr);
+      const RecordingSink::Line complaint{
+          LogLevel::Error, "Invalid LogLevel specified: " + std::to_string(level) + ". blanketLevelsValid: false"};
+      EXPECT_EQ(m_sink->lines, (Lines{complaint, complaint})) << "at " << threshold;
+    }
+  }
+}
+
 TEST_F(LoggerTest, AComplaintIsAnErrorMessageLikeAnyOther) {
   m_logger.SetLevel(LogLevel::Fatal);
   m_logger.SetLevel(Level(9));
