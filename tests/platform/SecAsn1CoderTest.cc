@@ -1,6 +1,7 @@
 #include <Security/SecAsn1Coder.h>
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -42,6 +43,17 @@ class SecAsn1CoderTest : public ::testing::Test {
 
 TEST_F(SecAsn1CoderTest, TwoSmallIntegers) {
   EXPECT_EQ(Encode({0x01}, {0x7F}), (Bytes{0x30, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x7F}));
+}
+
+TEST_F(SecAsn1CoderTest, TheMembersOffsetsCountFromTheSequences) {
+  uint8_t bytes[] = {0x01, 0x7F};
+  const Pair pairs[] = {{}, {{1, &bytes[0]}, {1, &bytes[1]}}};
+  std::vector<SecAsn1Template> entries(std::begin(kPair), std::end(kPair));
+  entries.front().offset = sizeof(Pair);
+  SecAsn1Item encoded = {};
+  ASSERT_EQ(SecAsn1EncodeItem(m_coder, pairs, entries.data(), &encoded), errSecSuccess);
+  EXPECT_EQ(Bytes(encoded.Data, encoded.Data + encoded.Length),
+            (Bytes{0x30, 0x06, 0x02, 0x01, 0x01, 0x02, 0x01, 0x7F}));
 }
 
 TEST_F(SecAsn1CoderTest, AFirstBitThatIsSetGetsAZeroByteInFront) {

@@ -13,4 +13,5 @@ class CoderFaults {
   void RefuseToEncode();
   int Created() const;
   int Released() const;
+  int AskedToEncode() const;
 };

@@ -82,5 +82,6 @@ TEST_F(EcdsaSignatureOnCard, AMissingCoderGivesNilWithoutErrorObject) {
   NSError *error = UntouchedError();
   EXPECT_EQ(Sign(Data(Bytes(32, 0x44)), Ecdsa(), &error, EcKey()), nil);
   EXPECT_EQ(error, UntouchedError());
+  EXPECT_EQ(coder.AskedToEncode(), 0) << "it takes no null coder";
   EXPECT_EQ(coder.Released(), 0);
 }

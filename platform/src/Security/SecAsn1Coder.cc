@@ -55,9 +55,9 @@ void AppendHeader(Bytes& out, uint8_t tag, size_t length) {
   }
 }
 
-SecAsn1Item ItemOf(const void* source, const SecAsn1Template& entry) {
+SecAsn1Item ItemOf(const uint8_t* group, const SecAsn1Template& entry) {
   SecAsn1Item item;
-  std::memcpy(&item, static_cast<const uint8_t*>(source) + entry.offset, sizeof item);
+  std::memcpy(&item, group + entry.offset, sizeof item);
   return item;
 }
 
@@ -87,12 +87,13 @@ OSStatus SecAsn1EncodeItem(SecAsn1CoderRef coder, const void* src, const SecAsn1
   if (templates->kind != SEC_ASN1_SEQUENCE || templates->sub != nullptr) {
     return errSecParam;
   }
+  const uint8_t* const group = static_cast<const uint8_t*>(src) + templates->offset;
   size_t length = 0;
   for (const SecAsn1Template* entry = templates + 1; entry->kind != 0; ++entry) {
     if (entry->kind != SEC_ASN1_INTEGER || entry->sub != nullptr) {
       return errSecParam;
     }
-    const SecAsn1Item item = ItemOf(src, *entry);
+    const SecAsn1Item item = ItemOf(group, *entry);
     if (item.Data == nullptr && item.Length != 0) {
       return errSecParam;
     }
@@ -104,7 +105,7 @@ OSStatus SecAsn1EncodeItem(SecAsn1CoderRef coder, const void* src, const SecAsn1
   encoded.reserve(1 + BytesOfLength(length) + length);
   AppendHeader(encoded, sequence, length);
   for (const SecAsn1Template* entry = templates + 1; entry->kind != 0; ++entry) {
-    const UnsignedInteger integer(ItemOf(src, *entry));
+    const UnsignedInteger integer(ItemOf(group, *entry));
     AppendHeader(encoded, SEC_ASN1_INTEGER, integer.Length());
     integer.AppendTo(encoded);
   }
