@@ -168,6 +168,13 @@ TEST_F(Prefix, HasThePiecesThatWereAskedFor) {
   EXPECT_EQ(m_sink.MakePrefix(static_cast<LogLevel>(9), false, false, true), "Unknown (9): ");
 }
 
+TEST_F(Prefix, HasTheNameOfAnyLevel) {
+  for (int value = 0; value <= 255; ++value) {
+    const auto level = static_cast<LogLevel>(value);
+    EXPECT_EQ(m_sink.MakePrefix(level, false, false, true), ToString(level) + ": ");
+  }
+}
+
 TEST_F(Prefix, HasNoDigitGroupingWhateverTheGlobalLocale) {
   struct Grouping : std::numpunct<char> {
     std::string do_grouping() const override { return "\1"; }

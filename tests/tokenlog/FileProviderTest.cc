@@ -1,7 +1,11 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <new>
 #include <string>
@@ -135,6 +139,21 @@ TEST_F(FileProvider, WritesALineOfLocalTimeProcessThreadLevelNameAndMessage) {
             "2024-03-05 07:08:09,045 [" + std::to_string(getpid()) + "-0] INFO  QELToken - Enter function\n");
 }
 
+TEST_F(FileProvider, WritesTheNumberOfTheProcessThatWrites) {
+  Configure(5);
+  const HLOGGER logger = Logger();
+  m_log.info(logger, L"parent");
+  std::filesystem::remove(m_path);
+  const pid_t child = fork();
+  if (child == 0) {
+    m_log.info(logger, L"child");
+    _exit(0);
+  }
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  EXPECT_NE(Content(m_path).find(" [" + std::to_string(child) + "-0] INFO  QELToken - child\n"), std::string::npos);
+  m_log.destroy(logger);
+}
+
 TEST_F(FileProvider, PadsEveryNumberOfTheTime) {
   const ScopedTimeZone zone("UTC0");
   const FakeClock clock(-61000000001, 1000);
@@ -148,6 +167,33 @@ TEST_F(FileProvider, ReadsTheClockOnceForALine) {
   Configure(5);
   TextsOf(L"A", L"x");
   EXPECT_EQ(clock.Reads(), 1);
+}
+
+TEST_F(FileProvider, ReadsTheClockBeforeItWaitsForAnotherLine) {
+  const std::filesystem::path pipe = m_folder.Path() / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  QEL_LogImpl_File::Configure(pipe.c_str(), 5, "C");
+  const HLOGGER waiting = Logger();
+  Configure(5);
+  const HLOGGER next = Logger();
+
+  const FakeClock clock(1709618889, 45999);
+  const auto waitForReads = [&](int reads) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (clock.Reads() < reads && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    return clock.Reads();
+  };
+  std::thread first([&] { m_log.info(waiting, L"x"); });  // waits, with the provider, until somebody reads
+  EXPECT_EQ(waitForReads(1), 1);
+  std::thread second([&] { m_log.info(next, L"y"); });
+  EXPECT_EQ(waitForReads(2), 2);
+  const int reader = open(pipe.c_str(), O_RDONLY);
+  first.join();
+  second.join();
+  close(reader);
+  m_log.destroy(waiting);
+  m_log.destroy(next);
+  EXPECT_EQ(LogTexts(m_path), Texts{"INFO  QELToken - y"});
 }
 
 TEST_F(FileProvider, ReadsNoClockForAMessageThatIsNotWritten) {

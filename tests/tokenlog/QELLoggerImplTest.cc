@@ -9,6 +9,7 @@
 #include "log/TokenLog.h"
 #include "tests/log/RecordingSink.h"
 #include "tests/tokenlog/RecordingProvider.h"
+#include "util/QELIconv.h"
 
 namespace {
 
@@ -69,6 +70,14 @@ TEST(QELLoggerImpl, EntersWithItsOwnScope) {
   const auto scope = sink->Enter("Signing.mm", 12, "Sign", LogLevel::Debug);
   EXPECT_NE(dynamic_cast<const Scope*>(scope.get()), nullptr);
   EXPECT_EQ(sink.use_count(), 2);
+}
+
+TEST(QELLoggerImpl, FailsNoCallerWhateverTheConversionThrows) {
+  const auto previous = QELIconv::GetDefaultErrHandler<char, wchar_t>();
+  QELIconv::SetDefaultErrHandler<char, wchar_t>(
+      QELIconv::ErrHandler<char, wchar_t>([](const char*&, size_t) -> std::wstring { throw 1; }));
+  EXPECT_NO_THROW(QELTok::QELLoggerImpl().Log(LogLevel::Info, "\xff"));
+  QELIconv::SetDefaultErrHandler<char, wchar_t>(previous);
 }
 
 TEST(QELLoggerImpl, CannotTraceWithoutASharedOwner) {
