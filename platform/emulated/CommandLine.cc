@@ -2,6 +2,7 @@
 // in memory, which the extension's sandbox refuses. By another spelling of the same path the system's own is read.
 
 #include <unistd.h>
+
 #include <cstdio>
 #include <string>
 

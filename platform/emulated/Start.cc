@@ -1,7 +1,6 @@
 // The executable of a bundle whose code is for another processor: starts the emulator that lies beside it, with the
 // loader that lies beside it. For tests.
 
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <cstdio>
