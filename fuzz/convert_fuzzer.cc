@@ -1,5 +1,6 @@
 // Convert for every pair of character types, with arbitrary bytes and encodings.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>

@@ -4,6 +4,7 @@
 #include <openssl/ec.h>
 #include <openssl/param_build.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace SoftCard {

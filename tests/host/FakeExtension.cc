@@ -31,6 +31,7 @@
 #include <thread>
 
 #include "platform/wire/Client.h"
+#include "tests/host/FakeKey.h"
 
 namespace {
 
@@ -63,17 +64,7 @@ std::string Instruction(const std::string& call) {
 }
 
 json Items() {
-  const json key = {{"kind", "key"},
-                    {"keyType", "42"},
-                    {"keySizeInBits", 2048},
-                    {"publicKeyHash", "00ff"},
-                    {"canSign", true},
-                    {"canDecrypt", true},
-                    {"canPerformKeyExchange", false},
-                    {"suitableForLogin", true},
-                    {"objectID", "12a1"},
-                    {"label", "first"},
-                    {"constraints", {{"2", "PINAlways"}, {"3", "PINAlways"}}}};
+  const json key = FakeKey();
   json second = key;
   second["objectID"] = "12a2";
   second["label"] = "twin";

@@ -15,6 +15,7 @@
 
 #include "host/keys/KeySession.h"
 #include "tests/host/FakeCard.h"
+#include "tests/host/FakeKey.h"
 
 using Host::ExtensionProcess;
 using Host::Failure;
@@ -132,17 +133,7 @@ void PrintTo(const Answer& answer, std::ostream* out) {
 
 /// A token with one key, of which `member` has another value.
 Answer KeyWith(const char* name, const char* member, const nlohmann::json& value) {
-  nlohmann::json key = {{"kind", "key"},
-                        {"keyType", "42"},
-                        {"keySizeInBits", 2048},
-                        {"publicKeyHash", "00ff"},
-                        {"canSign", true},
-                        {"canDecrypt", true},
-                        {"canPerformKeyExchange", false},
-                        {"suitableForLogin", true},
-                        {"objectID", "12a1"},
-                        {"label", "first"},
-                        {"constraints", {{"2", "PINAlways"}}}};
+  nlohmann::json key = FakeKey();
   key[member] = value;
   return {name, "createToken", nlohmann::json{{"token", 7}, {"instanceID", "QEL-FAKE"}, {"items", {key}}}.dump()};
 }
