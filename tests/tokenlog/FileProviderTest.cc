@@ -120,6 +120,13 @@ TEST_F(FileProvider, WritesTheMessageAsItIs) {
   EXPECT_EQ(TextsOf(L"A", L" %d %ls \t "), Texts{"INFO  A -  %d %ls \t "});
 }
 
+TEST_F(FileProvider, WritesLineEndsAndOtherControlsAsTheyAre) {
+  Configure(5);
+  TextsOf(L"A", L"one\ntwo\r\n\a\x7f");
+  const std::string content = Content(m_path);
+  EXPECT_EQ(content.substr(content.find("INFO")), "INFO  A - one\ntwo\r\n\a\x7f\n");
+}
+
 TEST_F(FileProvider, WritesAnEmptyMessage) {
   Configure(5);
   EXPECT_EQ(TextsOf(L"A", L""), Texts{"INFO  A - "});
