@@ -176,7 +176,7 @@ TEST_F(FileProvider, ReadsTheClockOnceForALine) {
   EXPECT_EQ(clock.Reads(), 1);
 }
 
-TEST_F(FileProvider, ReadsTheClockBeforeItWaitsForAnotherLine) {
+TEST_F(FileProvider, ReadsTheClockAndThenWaitsForTheLineBefore) {
   const std::filesystem::path pipe = m_folder.Path() / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   QEL_LogImpl_File::Configure(pipe.c_str(), 5, "C");
@@ -194,6 +194,8 @@ TEST_F(FileProvider, ReadsTheClockBeforeItWaitsForAnotherLine) {
   EXPECT_EQ(waitForReads(1), 1);
   std::thread second([&] { m_log.info(next, L"y"); });
   EXPECT_EQ(waitForReads(2), 2);
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(std::filesystem::exists(m_path)) << "a line waits until the one before it is written";
   const int reader = open(pipe.c_str(), O_RDONLY);
   first.join();
   second.join();
