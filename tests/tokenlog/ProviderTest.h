@@ -46,11 +46,13 @@ class ProviderTest : public ::testing::Test {
   template <typename Impl>
   void ExpectImpostorsRefused(uint64_t magic) {
     using Words = std::array<uint64_t, (sizeof(Impl) + 7) / 8>;
-    Words ofAnotherSize{sizeof(Impl) + 1, magic, 5};
-    Words ofAnotherMagic{sizeof(Impl), magic + 1, 5};
     ExpectRefused<Impl>(nullptr);
-    ExpectRefused<Impl>(ofAnotherSize.data());
-    ExpectRefused<Impl>(ofAnotherMagic.data());
+    for (int bit = 0; bit < 64; ++bit) {
+      Words ofAnotherSize{sizeof(Impl) ^ (uint64_t{1} << bit), magic, 5};
+      Words ofAnotherMagic{sizeof(Impl), magic ^ (uint64_t{1} << bit), 5};
+      ExpectRefused<Impl>(ofAnotherSize.data());
+      ExpectRefused<Impl>(ofAnotherMagic.data());
+    }
   }
 
   QEL_LogInterface m_log{};
