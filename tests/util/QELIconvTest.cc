@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <thread>
+
 #include "tests/util/MessageOf.h"
 
 namespace {
@@ -71,6 +73,19 @@ TEST_F(DefaultEncoding, IsUtf8AndItsReplacementServesEveryLaterCallWithAnEmptyNa
   EXPECT_EQ((Convert<char16_t, char>("\xE9")), u"\u00e9");
   EXPECT_EQ(MessageOf([] { Convert<char, wchar_t>(L"a", "none"); }),
             "iconv_open from encoding 'none' to 'ISO-8859-1' failed");
+}
+
+TEST_F(DefaultEncoding, IsTheProcesssWhicheverThreadSetsIt) {
+  std::thread([] { QELIconv::SetDefaultEncoding("ISO-8859-1"); }).join();
+  EXPECT_EQ(QELIconv::GetDefaultEncoding(), "ISO-8859-1");
+  std::thread([] { EXPECT_EQ(QELIconv::MultiByte2WideChar("\xE9"), L"\u00e9"); }).join();
+}
+
+TEST_F(DefaultEncoding, IsWhateverNameIsSet) {
+  for (const char* name : {"", "no-such-encoding", "iso-8859-1"}) {
+    QELIconv::SetDefaultEncoding(name);
+    EXPECT_EQ(QELIconv::GetDefaultEncoding(), name);
+  }
 }
 
 TEST_F(DefaultEncoding, ReachesTheEscapesToo) {
@@ -277,6 +292,13 @@ TEST(QELIconvHandlers, TheDefaultOfAPairIsReplacedByAFunctionOrACallableAndNoOth
 
   SetDefaultErrHandler<wchar_t, char>(previous);
   EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a'\\xe9'");
+}
+
+TEST(QELIconvHandlers, TheDefaultOfAPairIsTheProcesssWhicheverThreadSetsIt) {
+  const auto previous = QELIconv::GetDefaultErrHandler<wchar_t, char>();
+  std::thread([] { QELIconv::SetDefaultErrHandler<wchar_t, char>(QELIconv::HandleErrIgnore<wchar_t, char>); }).join();
+  EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a");
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(previous);
 }
 
 TEST(QELIconvHandlers, EnsuringTheInstantiationsChangesNothing) {
