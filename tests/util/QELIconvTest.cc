@@ -101,6 +101,14 @@ TEST_F(DefaultEncoding, IsWhatTheTextOfAnEscapeIsReadIn) {
   EXPECT_EQ((Convert<char, wchar_t>(L"\u00e9", "", "ASCII")), "'\\xe9'") << "read and written in the same encoding";
 }
 
+TEST_F(DefaultEncoding, WhereItCannotReadAnEscapeThatIsLeftOutAndNotEscapedAgain) {
+  QELIconv::SetDefaultEncoding("UTF-16BE");
+  const char lineFeed = '\n';
+  const char* position = &lineFeed;
+  EXPECT_EQ((QELIconv::HandleErrEscapeNewCharSafe<char, wchar_t>(position, 1)), L"\u275c\u7861")
+      << "of the five bytes of '\\xa' the last is half a character";
+}
+
 TEST_F(DefaultEncoding, IsNotWhatTheHelpersWriteIn) {
   QELIconv::SetDefaultEncoding("ISO-8859-1");
   EXPECT_EQ(QELIconv::Helpers::WideChar2String(L"\u00e9", false), "\xC3\xA9") << "UTF-8";
@@ -191,6 +199,14 @@ TEST(QELIconv, AHandlerMayConsumeSeveralCharacters) {
   EXPECT_EQ((Convert<wchar_t, char>("a\xFF", skipThree, "UTF-8")), L"a-") << "past the end is the end";
 }
 
+TEST(QELIconv, AHandlerKeepsWhatItRemembersFromCallToCall) {
+  const QELIconv::ErrHandler<char, wchar_t> counting = [count = 0](const char*& position, size_t) mutable {
+    ++position;
+    return std::to_wstring(++count);
+  };
+  EXPECT_EQ((Convert<wchar_t, char>("a\xFF\xFF-\xFF", counting, "UTF-8")), L"a12-3");
+}
+
 TEST(QELIconv, AnEmptyHandlerThrowsWhenItIsNeeded) {
   const QELIconv::ErrHandler<char, wchar_t> none;
   const QELIconv::ErrHandlerFunction<char, wchar_t> null = nullptr;
@@ -243,6 +259,7 @@ TEST(QELIconvHelpers, PointersMayBeNullAndALengthOfZeroMeansUpToTheNul) {
   EXPECT_EQ(MultiByte2WideChar(nullptr, 5, "UTF-8"), L"");
   EXPECT_EQ(MultiByte2WideChar("abc", 0, "UTF-8"), L"abc");
   EXPECT_EQ(MultiByte2WideChar("abc", 2, nullptr), L"ab");
+  EXPECT_EQ(MultiByte2WideChar("abc", 1, "UTF-8"), L"a");
   EXPECT_EQ(MultiByte2WideChar("a\0b", 3, "UTF-8"), (std::wstring{L'a', L'\0', L'b'}));
   EXPECT_EQ(MultiByte2WideChar(std::string("\xE9"), "ISO-8859-1"), L"\u00e9");
   EXPECT_EQ(MultiByte2WideChar(std::string("\xC3\xA9"), nullptr), L"\u00e9");
@@ -292,6 +309,26 @@ TEST(QELIconvHandlers, TheDefaultOfAPairIsReplacedByAFunctionOrACallableAndNoOth
 
   SetDefaultErrHandler<wchar_t, char>(previous);
   EXPECT_EQ(QELIconv::WideChar2String(L"a\u00e9", "ASCII"), "a'\\xe9'");
+}
+
+TEST(QELIconvHandlers, ConsumeOneCharacterAlsoWhereLessThanThatRemains) {
+  const wchar_t text[] = L"ab";
+  const wchar_t* position = text;
+  EXPECT_EQ((QELIconv::HandleErrEscapeNewCharSafe<wchar_t, char>(position, 1)), "'\\x61'");
+  EXPECT_EQ(position, text + 1);
+  EXPECT_EQ((QELIconv::HandleErrIgnore<wchar_t, char>(position, 3)), "");
+  EXPECT_EQ(position, text + 2);
+}
+
+TEST(QELIconvHandlers, TheDefaultOfAPairMayBeReplacedByNone) {
+  const auto previous = QELIconv::GetDefaultErrHandler<wchar_t, char>();
+  const QELIconv::ErrHandlerFunction<wchar_t, char> null = nullptr;
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(null);
+  EXPECT_THROW(QELIconv::WideChar2String(L"\u00e9", "ASCII"), std::bad_function_call);
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(previous);
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(QELIconv::ErrHandler<wchar_t, char>());
+  EXPECT_THROW(QELIconv::WideChar2String(L"\u00e9", "ASCII"), std::bad_function_call);
+  QELIconv::SetDefaultErrHandler<wchar_t, char>(previous);
 }
 
 TEST(QELIconvHandlers, TheDefaultOfAPairIsTheProcesssWhicheverThreadSetsIt) {
