@@ -24,6 +24,10 @@ TEST_F(ObjectsLeftBehindBy, ASession) {
   ExpectNoneOf([&] { MakeSession(m_token); });
 }
 
+TEST_F(ObjectsLeftBehindBy, ASessionThatKeptTheCardOfALogin) {
+  ExpectNoneOf([] { Begun<QELAuthOperation>(MakeSession(MakeToken())); });
+}
+
 TEST_F(ObjectsLeftBehindBy, Operations) {
   ExpectNoneOf([&] { EXPECT_NE(Sign(Block(), RawRsa()), nil); });
   ExpectNoneOf([&] { EXPECT_NE(Sign(Block(), Ecdsa(), nullptr, EcKey()), nil); });
