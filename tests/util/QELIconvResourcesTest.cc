@@ -13,9 +13,11 @@ namespace {
 using QELIconv::Convert;
 
 TEST(QELIconvResources, AnUnexpectedErrorIsNamedWithItsNumber) {
-  const IconvSpy::Failing failing(EBADF);
-  EXPECT_EQ(MessageOf([] { Convert<wchar_t, char>("a", "ASCII"); }),
-            "iconv from encoding 'ASCII' to 'UTF-32LE' failed with errno " + std::to_string(EBADF));
+  for (const int error : {EPERM, EINTR, EIO, EBADF, ENOMEM, 9999}) {
+    const IconvSpy::Failing failing(error);
+    EXPECT_EQ(MessageOf([] { Convert<wchar_t, char>("a", "ASCII"); }),
+              "iconv from encoding 'ASCII' to 'UTF-32LE' failed with errno " + std::to_string(error));
+  }
 }
 
 TEST(QELIconvResources, AConverterThatNeverHasRoomIsAnErrorAndNoEndlessLoop) {
