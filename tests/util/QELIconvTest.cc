@@ -264,6 +264,8 @@ TEST(QELIconvHelpers, PointersMayBeNullAndALengthOfZeroMeansUpToTheNul) {
   EXPECT_EQ(MultiByte2WideChar(std::string("\xE9"), "ISO-8859-1"), L"\u00e9");
   EXPECT_EQ(MultiByte2WideChar(std::string("\xC3\xA9"), nullptr), L"\u00e9");
   EXPECT_EQ(QELIconv::Helpers::WideChar2String(nullptr, true), "");
+  EXPECT_EQ(MessageOf([] { MultiByte2WideChar(nullptr, 0, "none"); }),
+            "iconv_open from encoding 'none' to 'UTF-32LE' failed");
 }
 
 TEST(QELIconvHandlers, TheEscapeHasLowerCaseHexadecimalWithoutLeadingZeros) {
