@@ -70,10 +70,12 @@ id macos_appendFormat(id self, SEL selector, ...);
 
 /// The code for a message of the image's. `receiver` is where the first argument comes from.
 IMP macos_message_lookup(id object, SEL selector, id *) {
+  static const auto initWithFormatArguments =
+      reinterpret_cast<IMP>(reinterpret_cast<void (*)()>(InitWithFormatArguments));
   static const Message messages[] = {
       {sel_registerName("stringWithFormat:"), macos_stringWithFormat},
       {sel_registerName("appendFormat:"), macos_appendFormat},
-      {sel_registerName("initWithFormat:arguments:"), reinterpret_cast<IMP>(InitWithFormatArguments)},
+      {sel_registerName("initWithFormat:arguments:"), initWithFormatArguments},
   };
   const auto isAsked = [selector](const Message &message) { return message.selector == selector; };
   const auto found = std::find_if(std::begin(messages), std::end(messages), isAsked);
