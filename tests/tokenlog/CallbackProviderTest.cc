@@ -89,6 +89,23 @@ TEST_F(CallbackProvider, WithoutACallbackWritesNothing) {
   m_log.destroy(logger);
 }
 
+TEST_F(CallbackProvider, ForgetsTheCallbackThatIsTakenBack) {
+  QEL_LogImpl_Callback::Configure(Collect, Level::Debug, "C");
+  QEL_LogImpl_Callback::Configure(nullptr, Level::Debug, "C");
+  const HLOGGER logger = Logger(L"N");
+  WriteAll(logger);
+  m_log.destroy(logger);
+  EXPECT_EQ(g_texts, Texts{});
+}
+
+TEST_F(CallbackProvider, NamesALoggerOfNoCharactersSo) {
+  QEL_LogImpl_Callback::Configure(Collect, Level::Fatal, "C");
+  const HLOGGER logger = Logger(L"");
+  m_log.fatal(logger, L"x");
+  m_log.destroy(logger);
+  EXPECT_EQ(g_texts, Texts{"FATAL  - x"});
+}
+
 TEST_F(CallbackProvider, LeavesExistingLoggersAloneWhenConfiguredAgain) {
   QEL_LogImpl_Callback::Configure(Collect, Level::Error, "C");
   const HLOGGER logger = Logger(L"N");

@@ -118,6 +118,10 @@ TEST(LogClient, CreatesALoggerOfItsName) {
 TEST(LogClient, PutsPrefixAndDotBeforeItsName) {
   EXPECT_EQ(NamesCreatedFor(L"A", L"P"), Names{L"P.A"});
 }
+TEST(LogClient, PutsThemBeforeANameThatBeginsLikeThePrefixToo) {
+  EXPECT_EQ(NamesCreatedFor(L"P.A", L"P"), Names{L"P.P.A"});
+  EXPECT_EQ(NamesCreatedFor(L"P", L"P"), Names{L"P.P"});
+}
 TEST(LogClient, UsesAnAbsoluteNameWithoutDotAndPrefix) {
   EXPECT_EQ(NamesCreatedFor(L".QELToken", L"P"), Names{L"QELToken"});
 }
@@ -183,6 +187,32 @@ TEST(LogClient, AsksEachLevelsFunctionAndNeverForSecrets) {
     for (int enabled = 0; enabled < level; ++enabled) expected[enabled] = 1;
     EXPECT_EQ(Queries(LogClient(L"A")), expected) << "level " << level;
   }
+}
+
+TEST(LogClient, HandsOnWhatTheProviderAnswers) {
+  RecordingProvider provider;
+  QEL_LogInterface interface = RecordingProvider::Interface();
+  interface.isInfo = [](HLOGGER) { return 7; };
+  interface.isDebug = [](HLOGGER) { return -1; };
+  InstalledInterface::Install(&interface);
+  EXPECT_EQ(Queries(LogClient(L"A")), (std::vector<int>{1, 1, 1, 7, -1, 0}));
+}
+
+TEST(LogClient, WritesAnEmptyMessage) {
+  RecordingProvider provider;
+  LogClient(L"A").Warning(L"");
+  EXPECT_EQ(provider.messages, (Messages{{3, L""}}));
+}
+
+TEST(LogClient, HandsOnThatAMessageIsNull) {
+  RecordingProvider provider;
+  static int nulls;
+  nulls = 0;
+  QEL_LogInterface interface = RecordingProvider::Interface();
+  interface.error = [](HLOGGER, const wchar_t* message) { nulls += message == nullptr; };
+  InstalledInterface::Install(&interface);
+  LogClient(L"A").Error(nullptr);
+  EXPECT_EQ(nulls, 1);
 }
 
 /// Expects a client of that name to do nothing, neither to the provider nor while it dies.

@@ -92,6 +92,18 @@ TEST(EnabledLevel, IsTheHighestThatTheClientWrites) {
   }
 }
 
+TEST(EnabledLevel, IsTheHighestAlsoWhenALowerOneIsOff) {
+  RecordingProvider provider;
+  const auto off = [](HLOGGER) { return 0; };
+  QEL_LogInterface interface = RecordingProvider::Interface();
+  interface.isFatal = interface.isError = off;
+  InstalledInterface::Install(&interface);
+  EXPECT_EQ(QELTok::EnabledLevel(LogClient(L"A")), LogLevel::Debug);
+  interface.isDebug = interface.isWarning = off;
+  InstalledInterface::Install(&interface);
+  EXPECT_EQ(QELTok::EnabledLevel(LogClient(L"A")), LogLevel::Info);
+}
+
 TEST(EnabledLevel, IsNoneWithoutALogger) {
   EXPECT_EQ(QELTok::EnabledLevel(LogClient(nullptr)), LogLevel::None);
 }

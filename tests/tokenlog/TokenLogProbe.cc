@@ -101,6 +101,9 @@ void Do(const std::string& command) {
     InstalledInterface::SetPrefix(L"Prefix");
   } else if (command == "installed") {
     LogClient(L"Other").Debug(L"from another client");
+  } else if (command == "otherProvider") {  // in the place of the token's
+    InstalledInterface::Install(nullptr);
+    QEL_LogImpl_File::Configure("/nowhere/file.log", 0, "C");
   } else if (command == "fileLevel") {  // the level that a logger gets when it is made now
     printf("file level %s\n", QEL_LogImpl_File(nullptr).IsLevel(1) ? "on" : "off");
   } else if (command == "scope") {

@@ -124,6 +124,11 @@ TEST_F(TokenLog, MayBeStartedAgain) {
   EXPECT_EQ(Lines(), (Texts{"INFO  QELToken - first", "INFO  QELToken - second"}));
 }
 
+TEST_F(TokenLog, SetsUpAllOfItWhenStartedAgain) {
+  EXPECT_EQ(Do({"start", "otherProvider", "start", "log", "4", "x", "installed", "fileLevel"}), "file level on\n");
+  EXPECT_EQ(Lines(), (Texts{"INFO  QELToken - x", "DEBUG Other - from another client"}));
+}
+
 TEST_F(TokenLog, LeavesTheLevelAloneWhenStartedAgain) {
   EXPECT_EQ(Do({"start", "setLevel", "2", "start", "level", "log", "4", "dropped", "log", "2", "kept"}), "level 2\n");
   EXPECT_EQ(Lines(), Texts{"ERROR QELToken - kept"});
