@@ -99,6 +99,18 @@ TEST_F(StricterPlatformOnPinPad, ALoginThatFinishesWhereTheCardIsOutOfReachMarks
   EXPECT_TRUE([[m_session smartCard] sensitive]);
 }
 
+TEST_F(StricterPlatform, ALaterLoginIsOfTheCardThatIsThereThen) {
+  [m_session setLoginCard:[[[TKSmartCard alloc] init] autorelease]];  // as an earlier login left it
+  Begun<QELAuthOperation>(m_session);
+  EXPECT_EQ([m_session loginCard], [m_session smartCard]);
+}
+
+TEST_F(StricterPlatformOnPinPad, ALaterLoginIsOfTheCardThatIsThereThen) {
+  [m_session setLoginCard:[[[TKSmartCard alloc] init] autorelease]];
+  Begun<QELPINPadAuthOperation>(m_session);
+  EXPECT_EQ([m_session loginCard], [m_session smartCard]);
+}
+
 TEST_F(StricterPlatform, NoOperationReadsTheCard) {
   const CardOutOfReach outOfReach;
   EXPECT_NE(Sign(Block(), RawRsa()), nil);
