@@ -1,5 +1,5 @@
 // Foundation reads the process's arguments from /proc. The emulator answers for that file with one of its own making,
-// in memory, which the extension's sandbox refuses. By another spelling of the same path the system's own is read.
+// in memory, which the extension's sandbox refuses. The thread's folder has the same, from the system.
 
 #include <unistd.h>
 
@@ -8,5 +8,5 @@
 
 extern "C" FILE* fopen(const char* path, const char* mode) {
   const std::string own = "/proc/" + std::to_string(getpid()) + "/cmdline";
-  return fopen64(path == own ? "/proc/./self/cmdline" : path, mode);
+  return fopen64(path == own ? "/proc/thread-self/cmdline" : path, mode);
 }
