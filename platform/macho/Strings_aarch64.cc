@@ -23,5 +23,9 @@ std::string std::to_string(int number) {
 std::string std::to_string(unsigned long number) {
   return Printed("%lu", number);
 }
+std::wstring std::to_wstring(int number) {
+  const std::string digits = Printed("%d", number);
+  return {digits.begin(), digits.end()};
+}
 
 std::runtime_error::runtime_error(const std::string& text) : runtime_error(text.c_str()) {}
