@@ -35,7 +35,7 @@ TEST(FormatValueTest, AFormatThatGivesNothingGivesTheEmptyText) {
 }
 
 TEST(FormatValueTest, AFormatThatIsRefusedGivesTheEmptyText) {
-  EXPECT_EQ(PKCS11::FormatValue("%lc", 0x110000), "") << "no character has that number";
+  EXPECT_EQ(PKCS11::FormatValue("%lc", 0x80000000), "") << "no character of any locale has that number";
 }
 
 TEST(CallResultTest, ASuccessIsNotLogged) {
