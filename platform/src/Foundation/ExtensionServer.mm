@@ -40,7 +40,8 @@ Message Operated(NSData *output, NSError *error) {
   return output ? Result(json::object(), output) : Failure(error);
 }
 
-Message NotImplemented() {
+/// What the service tells an application when the extension has no method for its request.
+Message WithoutSuchMethod() {
   return Failure([NSError errorWithDomain:TKErrorDomain code:TKErrorCodeNotImplemented userInfo:nil]);
 }
 
@@ -177,7 +178,7 @@ Message ExtensionServer::State::CreateToken(const json &arguments, const Wire::A
   TKSmartCard *card = [[[TKSmartCard alloc] initWithSlot:slot] autorelease];
   id<TKSmartCardTokenDriverDelegate> delegate = (id<TKSmartCardTokenDriverDelegate>)[m_driver.get() delegate];
   if (!delegate) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   TKSmartCardToken *token = [delegate tokenDriver:m_driver.get() createTokenForSmartCard:card AID:nil error:&error];
@@ -201,7 +202,7 @@ Message ExtensionServer::State::CreateToken(const json &arguments, const Wire::A
 Message ExtensionServer::State::CreateSession(const json &arguments, const Wire::Attachment &) {
   TKToken *token = Known(m_tokens, arguments, "token").get();
   if (![token delegate]) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   TKTokenSession *session = [[token delegate] token:token createSessionWithError:&error];
@@ -231,7 +232,7 @@ Message ExtensionServer::State::SignData(const json &arguments, const Wire::Atta
   TKTokenSession *session = SessionOf(arguments);
   id<TKTokenSessionDelegate> delegate = [session delegate];
   if (![delegate respondsToSelector:@selector(tokenSession:signData:usingKey:algorithm:error:)]) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   NSData *signature = [delegate tokenSession:session
@@ -246,7 +247,7 @@ Message ExtensionServer::State::DecryptData(const json &arguments, const Wire::A
   TKTokenSession *session = SessionOf(arguments);
   id<TKTokenSessionDelegate> delegate = [session delegate];
   if (![delegate respondsToSelector:@selector(tokenSession:decryptData:usingKey:algorithm:error:)]) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   NSData *plaintext = [delegate tokenSession:session
@@ -262,7 +263,7 @@ Message ExtensionServer::State::PerformKeyExchange(const json &arguments, const 
   id<TKTokenSessionDelegate> delegate = [session delegate];
   if (![delegate respondsToSelector:@selector(tokenSession:
                                         performKeyExchangeWithPublicKey:usingKey:algorithm:parameters:error:)]) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   NSData *secret = [delegate tokenSession:session
@@ -278,7 +279,7 @@ Message ExtensionServer::State::BeginAuth(const json &arguments, const Wire::Att
   TKTokenSession *session = SessionOf(arguments);
   id<TKTokenSessionDelegate> delegate = [session delegate];
   if (![delegate respondsToSelector:@selector(tokenSession:beginAuthForOperation:constraint:error:)]) {
-    return NotImplemented();
+    return WithoutSuchMethod();
   }
   NSError *error = nil;
   TKTokenAuthOperation *operation = [delegate tokenSession:session
